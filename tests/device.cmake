@@ -1,0 +1,1 @@
+# tests of the layer device: gatecast_add_tests(device_tests XTest.cpp ...)

@@ -1,0 +1,1 @@
+# tests of the layer json: gatecast_add_tests(json_tests XTest.cpp ...)

@@ -1,0 +1,1 @@
+# tests of the layer schema: gatecast_add_tests(schema_tests XTest.cpp ...)
