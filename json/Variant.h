@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace qx {
 class Url;
@@ -629,10 +630,13 @@ private:
     void dropContainer() noexcept;
     static void dispose(json::Object* object) noexcept;
     static void dispose(json::List* list) noexcept;
+    static void destroyWaiting(json::Object*& objects, json::List*& lists) noexcept;
     bool liesDirectlyIn(const Variant& container) const;
     Variant withClonedContainer() const;
+    void copyPayload(std::vector<Variant*>& children);
     void becomeString();
     int compareText(const char* text) const;
+    static const Variant& markedDefault(const Schema& schema);
     const Variant& elementAt(std::uint64_t index) const;
     Variant& elementForWriting(std::uint64_t index);
 

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+// The one place where values reach up to the schema engine.
+#include "schema/Schema.h"
+#include "json/Variant.h"
+
+#include <vector>
+
+namespace json {
+
+void intrusive_ptr_add_ref(Schema* schema) { schema->intrusive_add_ref(); }
+
+void intrusive_ptr_release(Schema* schema) {
+    if (schema->intrusive_release()) delete schema;
+}
+
+/// Carries schemas down a tree. Values that wait for their turn stand in a list: a peer shapes the
+/// depth, so nothing may recurse over it.
+class Variant::Binding {
+public:
+    void attach(const Variant& value, Schema* schema) {
+        value.setSticky(true);
+        // Intended: an equal schema stops the walk, also where a container lost its owner.
+        // Held by VariantSharing.AttachingTheSameSchemaAgainDoesNotRelinkTheContainer.
+        if (value.schema_.get() == schema) return;
+        value.schema_ = schema;
+        if (value.holdsContainer()) waiting_.push_back(&value);
+    }
+
+    /// Makes the value the owner of its container and binds what lies in it.
+    void link(const Variant& value) {
+        if (!value.schema_ || !value.holdsContainer()) return;
+        if (value.isList()) {
+            value.value_.list->owner_ = &value;
+            bindElements(*value.value_.list, 0);
+        } else {
+            value.value_.object->owner_ = &value;
+            bindEntries(*value.value_.object, value.value_.object->begin(),
+                        value.value_.object->end());
+        }
+    }
+
+    void bindElements(json::List& list, std::size_t from) {
+        for (std::size_t i = from; i < list.elements_.size(); ++i) {
+            attach(list.elements_[i], list.schema().at(i).get());
+        }
+    }
+
+    void bindEntries(json::Object& object, json::Object::iterator first,
+                     json::Object::iterator last) {
+        if (object.owner_ == nullptr) return;
+        for (; first != last; ++first) {
+            attach(first->second, object.schema().property(first->first).get());
+        }
+    }
+
+    void finish() {
+        while (!waiting_.empty()) {
+            const Variant* next = waiting_.back();
+            waiting_.pop_back();
+            link(*next);
+        }
+    }
+
+private:
+    std::vector<const Variant*> waiting_;
+};
+
+// ----- Variant -----------------------------------------------------------------------------------
+
+const Schema& Variant::schema() const { return schema_ ? *schema_ : Schema::Empty; }
+
+void Variant::attachSchema(boost::intrusive_ptr<Schema> schema) const {
+    Binding binding;
+    binding.attach(*this, schema.get());
+    binding.finish();
+}
+
+bool Variant::attachSchema(const qx::Url& url, const qx::Url& context) const {
+    const boost::intrusive_ptr<Schema> found = Schema::resolve(url, context);
+    if (!found) return false;
+    attachSchema(found);
+    return true;
+}
+
+bool Variant::validate() const { return !schema_ || schema_->validate(*this).ok(); }
+
+const Variant& Variant::markedDefault(const Schema& schema) {
+    const Variant& value = schema.autoValue();
+    if (!value.autoValue()) value.setAutoValue(true);
+    return value;
+}
+
+void Variant::attach_owner() const {
+    if (!schema_) return;
+    Binding binding;
+    binding.link(*this);
+    binding.finish();
+}
+
+// ----- List --------------------------------------------------------------------------------------
+
+const Schema& List::schema() const { return owner_ != nullptr ? owner_->schema() : Schema::Empty; }
+
+const Variant& List::auto_value_for(std::uint64_t index) const {
+    if (owner_ == nullptr) return Variant::EmptyAutoValue;
+    const boost::intrusive_ptr<Schema> element = schema().at(index);
+    return element ? Variant::markedDefault(*element) : Variant::EmptyAutoValue;
+}
+
+void List::update_schemas(std::size_t from) {
+    Variant::Binding binding;
+    binding.bindElements(*this, from);
+    binding.finish();
+}
+
+// ----- Object ------------------------------------------------------------------------------------
+
+const Schema& Object::schema() const {
+    return owner_ != nullptr ? owner_->schema() : Schema::Empty;
+}
+
+const Variant& Object::auto_value_for(const Key& key) const {
+    if (owner_ == nullptr) return Map::auto_value_for(key);
+    const boost::intrusive_ptr<Schema> property = schema().property(key);
+    return property ? Variant::markedDefault(*property) : Map::auto_value_for(key);
+}
+
+void Object::update_schema(const iterator& entry) {
+    auto next = entry;
+    update_schemas(entry, ++next);
+}
+
+void Object::update_schemas(iterator first, iterator last) {
+    Variant::Binding binding;
+    binding.bindEntries(*this, first, last);
+    binding.finish();
+}
+
+} // namespace json

@@ -1,0 +1,313 @@
+// SPDX-License-Identifier: MIT
+#include "json/Variant.h"
+
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace json {
+
+namespace {
+
+/// The containers that lost their last pointer while another one is being destroyed. They wait
+/// in a list linked through themselves: a peer shapes the depth, so nothing may recurse over it.
+struct Disposal {
+    List* lists = nullptr;
+    Object* objects = nullptr;
+};
+
+thread_local Disposal* running_disposal = nullptr;
+
+} // namespace
+
+// ----- Marks -------------------------------------------------------------------------------------
+
+void Variant::setDirty(bool dirty) const noexcept {
+    setFlag(kDirty, dirty);
+    if (dirty) setPrintDirty();
+}
+
+bool Variant::resetPrintDirty() const noexcept {
+    const bool was = (flags_ & kPrintDirty) != 0;
+    setFlag(kPrintDirty, false);
+    return was;
+}
+
+bool Variant::copyForWrite(qx::IntrusiveObject* payload) const {
+    return payload->use_count() > 1 && !isSticky();
+}
+
+// ----- Copy and release --------------------------------------------------------------------------
+
+void Variant::copyFrom(const Variant& source) {
+    detach_owner();
+    switch (source.type()) {
+    case Type::Null:
+        assignNull(false);
+        break;
+    case Type::Boolean:
+        assign(source.value_.boolean, false);
+        break;
+    case Type::Integer:
+        assign(source.value_.integer, false);
+        break;
+    case Type::Real:
+        assign(source.value_.real, false);
+        break;
+    case Type::String:
+        assign(source.string_.get(), false);
+        break;
+    case Type::Object:
+        assign(source.value_.object, false);
+        break;
+    case Type::List:
+        assign(source.value_.list, false);
+        break;
+    }
+    if (!schema_) schema_ = source.schema_;
+    if (schema_ && isSticky()) attach_owner();
+}
+
+void Variant::release() {
+    detach_owner();
+    string_.reset();
+    dropContainer();
+}
+
+bool Variant::holdsContainer() const noexcept { return isComposite() && value_.object != nullptr; }
+
+void Variant::storeContainer(const boost::intrusive_ptr<json::Object>& object) {
+    if (value_.object == object.get()) return;
+    object->intrusive_add_ref();
+    detach_owner();
+    dropContainer();
+    value_.object = object.get();
+}
+
+void Variant::storeContainer(const boost::intrusive_ptr<json::List>& list) {
+    if (value_.list == list.get()) return;
+    list->intrusive_add_ref();
+    detach_owner();
+    dropContainer();
+    value_.list = list.get();
+}
+
+void Variant::dropContainer() noexcept {
+    if (isObject()) {
+        json::Object* object = std::exchange(value_.object, nullptr);
+        if (object != nullptr && object->intrusive_release()) dispose(object);
+    } else if (isList()) {
+        json::List* list = std::exchange(value_.list, nullptr);
+        if (list != nullptr && list->intrusive_release()) dispose(list);
+    }
+}
+
+namespace {
+
+/// Destroys what waits, and what that leaves behind, one after the other.
+class DisposalScope {
+public:
+    DisposalScope() { running_disposal = &disposal_; }
+    ~DisposalScope() { running_disposal = nullptr; }
+    DisposalScope(const DisposalScope&) = delete;
+    DisposalScope& operator=(const DisposalScope&) = delete;
+
+    Disposal* operator->() { return &disposal_; }
+
+private:
+    Disposal disposal_;
+};
+
+} // namespace
+
+void Variant::dispose(json::Object* object) noexcept {
+    if (running_disposal != nullptr) {
+        object->nextDisposed_ = std::exchange(running_disposal->objects, object);
+        return;
+    }
+    DisposalScope scope;
+    scope->objects = object;
+    object->nextDisposed_ = nullptr;
+    destroyWaiting(scope->objects, scope->lists);
+}
+
+void Variant::dispose(json::List* list) noexcept {
+    if (running_disposal != nullptr) {
+        list->nextDisposed_ = std::exchange(running_disposal->lists, list);
+        return;
+    }
+    DisposalScope scope;
+    scope->lists = list;
+    list->nextDisposed_ = nullptr;
+    destroyWaiting(scope->objects, scope->lists);
+}
+
+void Variant::destroyWaiting(json::Object*& objects, json::List*& lists) noexcept {
+    while (objects != nullptr || lists != nullptr) {
+        if (objects != nullptr) {
+            json::Object* next = objects;
+            objects = next->nextDisposed_;
+            delete next;
+        } else {
+            json::List* next = lists;
+            lists = next->nextDisposed_;
+            delete next;
+        }
+    }
+}
+
+bool Variant::liesDirectlyIn(const Variant& container) const {
+    if (container.isList() && container.value_.list != nullptr) {
+        const std::vector<Variant>& elements = container.value_.list->elements_;
+        const std::less<> before;
+        return !elements.empty() && !before(this, elements.data()) &&
+               before(this, elements.data() + elements.size());
+    }
+    if (container.isObject() && container.value_.object != nullptr) {
+        json::Object& object = *container.value_.object;
+        if (hasObjectParent()) return parent_ == &object;
+        return (flags_ & kUnlinkedEntry) != 0 && object.findValue(this) != object.end();
+    }
+    return false;
+}
+
+Variant Variant::withClonedContainer() const {
+    Variant copy(*this);
+    if (copy.isObject()) copy.objectRef();
+    if (copy.isList()) copy.listRef();
+    return copy;
+}
+
+// ----- Owners and parents ------------------------------------------------------------------------
+
+void Variant::detach_owner() const {
+    if (!holdsContainer()) return;
+    const Variant*& owner = isObject() ? value_.object->owner_ : value_.list->owner_;
+    if (owner == this) owner = nullptr;
+}
+
+void Variant::setParent(json::List* list) noexcept {
+    parent_ = list;
+    setFlag(kObjectParent | kUnlinkedEntry, false);
+    setFlag(kListParent, list != nullptr);
+}
+
+void Variant::setParent(json::Object* object) noexcept {
+    parent_ = object;
+    setFlag(kListParent | kUnlinkedEntry, false);
+    setFlag(kObjectParent, object != nullptr);
+}
+
+boost::intrusive_ptr<json::List> Variant::listParent() {
+    auto* list = hasListParent() ? static_cast<json::List*>(parent_) : nullptr;
+    // A list that nothing counts isn't on the heap for us to free: a first pointer would.
+    return list != nullptr && list->use_count() > 0 ? list : nullptr;
+}
+
+boost::intrusive_ptr<json::Object> Variant::objectParent() {
+    auto* object = hasObjectParent() ? static_cast<json::Object*>(parent_) : nullptr;
+    return object != nullptr && object->use_count() > 0 ? object : nullptr;
+}
+
+const Variant* Variant::parent() const {
+    if (hasListParent()) return static_cast<const json::List*>(parent_)->owner_;
+    if (hasObjectParent()) return static_cast<const json::Object*>(parent_)->owner_;
+    return nullptr;
+}
+
+int Variant::indexInParent() const {
+    if (!hasListParent()) return -1;
+    return static_cast<const json::List*>(parent_)->indexOf(this, 0);
+}
+
+boost::intrusive_ptr<qx::IntrusiveString> Variant::keyInParent() {
+    if (!hasObjectParent()) return nullptr;
+    return static_cast<json::Object*>(parent_)->keyOf(this);
+}
+
+// ----- References to payloads --------------------------------------------------------------------
+
+const boost::intrusive_ptr<qx::IntrusiveString>& Variant::constStringRef() const {
+    if (isString()) {
+        if (!string_) string_ = new qx::IntrusiveString;
+        return string_;
+    }
+    if (resetPrintDirty() || !string_) string_ = isNull() ? new qx::IntrusiveString : print(false);
+    return string_;
+}
+
+const boost::intrusive_ptr<qx::IntrusiveString>& Variant::stringRef() {
+    constStringRef();
+    if (copyForWrite(string_.get())) string_ = new qx::IntrusiveString(*string_);
+    return string_;
+}
+
+json::Object* Variant::constObjectRef() const {
+    if (value_.object == nullptr) {
+        value_.object = new json::Object;
+        value_.object->intrusive_add_ref();
+        attach_owner();
+    }
+    return value_.object;
+}
+
+json::List* Variant::constListRef() const {
+    if (value_.list == nullptr) {
+        value_.list = new json::List;
+        value_.list->intrusive_add_ref();
+        attach_owner();
+    }
+    return value_.list;
+}
+
+json::Object* Variant::objectRef() {
+    constObjectRef();
+    if (copyForWrite(value_.object)) {
+        storeContainer(boost::intrusive_ptr<json::Object>(new json::Object(*value_.object)));
+        attach_owner();
+    }
+    return value_.object;
+}
+
+json::List* Variant::listRef() {
+    constListRef();
+    if (copyForWrite(value_.list)) {
+        storeContainer(boost::intrusive_ptr<json::List>(new json::List(*value_.list)));
+        attach_owner();
+    }
+    return value_.list;
+}
+
+// ----- Deep copy ---------------------------------------------------------------------------------
+
+Variant& Variant::deepCopy(const Variant* source) {
+    if (source != nullptr && source != this) copyFrom(*source);
+    // Parents stand before their children, so that the way back attaches children first.
+    std::vector<Variant*> visited{this};
+    for (std::size_t i = 0; i < visited.size(); ++i) {
+        visited[i]->copyPayload(visited);
+    }
+    for (auto value = visited.rbegin(); value != visited.rend(); ++value) {
+        (*value)->attach_owner();
+    }
+    return *this;
+}
+
+void Variant::copyPayload(std::vector<Variant*>& children) {
+    detach_owner();
+    if (string_) string_ = new qx::IntrusiveString(*string_);
+    if (!holdsContainer()) return;
+    if (isObject()) {
+        storeContainer(boost::intrusive_ptr<json::Object>(new json::Object(*value_.object)));
+        for (auto& entry : *value_.object) {
+            children.push_back(&entry.second);
+        }
+    } else {
+        storeContainer(boost::intrusive_ptr<json::List>(new json::List(*value_.list)));
+        for (Variant& element : *value_.list) {
+            children.push_back(&element);
+        }
+    }
+}
+
+} // namespace json
