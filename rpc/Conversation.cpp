@@ -1,0 +1,295 @@
+// SPDX-License-Identifier: MIT
+#include "rpc/Conversation.h"
+
+#include "core/Mutex.h"
+#include "core/detail/NeverDestroyed.h"
+#include "rpc/detail/Attachments.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iostream>
+#include <iterator>
+#include <limits>
+#include <utility>
+
+namespace json {
+
+namespace {
+
+constexpr std::size_t kFirstBuckets = 11;
+
+template <typename Listener>
+void add_once(std::vector<Listener>& listeners, Listener listener) {
+    if (std::find(listeners.begin(), listeners.end(), listener) != listeners.end()) return;
+    listeners.push_back(std::move(listener));
+}
+
+template <typename Listener>
+void close_gap(std::vector<Listener>& listeners, const Listener& listener) {
+    auto to = std::find(listeners.begin(), listeners.end(), listener);
+    if (to == listeners.end()) return;
+    for (auto from = std::next(to); from != listeners.end(); ++from) {
+        if (*from != listener) *to++ = std::move(*from);
+    }
+    // Intended: the list keeps its length; the last place stays as it is, or emptied by the move.
+    // Held by ConversationListeners.RemovingOneNeverShortensTheList.
+}
+
+/// Calls every listener, the raw ones first, and combines their answers with AND. A callback may
+/// add to the lists or let go of a shared listener.
+template <typename Raw, typename Shared, typename Call>
+bool notify_all(const Raw& rawListeners, const Shared& sharedListeners, const Call& notify) {
+    bool all = true;
+    for (std::size_t i = 0; i < rawListeners.size(); ++i) {
+        IResponseListener* const listener = rawListeners[i];
+        if (listener != nullptr && !notify(*listener)) all = false;
+    }
+    for (std::size_t i = 0; i < sharedListeners.size(); ++i) {
+        const boost::shared_ptr<IResponseListener> listener = sharedListeners[i];
+        if (listener && !notify(*listener)) all = false;
+    }
+    return all;
+}
+
+int length_of(const char* text) {
+    constexpr std::size_t most = std::numeric_limits<int>::max();
+    return static_cast<int>(std::min(std::strlen(text), most));
+}
+
+} // namespace
+
+/// The span in which a request goes through the printer.
+class Conversation::PrintScope {
+public:
+    explicit PrintScope(Conversation& conversation) : conversation_(conversation) {
+        // A transport that threw has left its text and what was waiting behind it.
+        conversation_.jsonPrinter.reset();
+        conversation_.waiting_.clear();
+        conversation_.printing_ = true;
+    }
+    ~PrintScope() { conversation_.printing_ = false; }
+    PrintScope(const PrintScope&) = delete;
+    PrintScope& operator=(const PrintScope&) = delete;
+
+private:
+    Conversation& conversation_;
+};
+
+Conversation::Conversation(bool wholeDocuments)
+    : pendingRequests(kFirstBuckets),
+      jsonPrinter(&Conversation::printJsonText, static_cast<void*>(this), wholeDocuments),
+      wholeDocuments_(wholeDocuments) {
+    pendingRequests.max_load_factor(1.0F);
+    jsonPrinter.setIndent("");
+    jsonPrinter.setIgnoreAutoValues(false);
+    jsonParser.registerListener(static_cast<IJsonParserListener*>(this));
+    registerListener(static_cast<IResponseListener*>(this));
+}
+
+Conversation::~Conversation() = default;
+
+void Conversation::open() {
+    const qx::MutexLocker lock(mutex(), true);
+    const auto entry = pendingRequests.find(ListMethodsRefId);
+    if (entry == pendingRequests.end() || entry->second.request.empty()) {
+        call("list_methods", Variant::EmptyList, ListMethodsRefId, true);
+    } else {
+        repeat(ListMethodsRefId);
+    }
+}
+
+void Conversation::close() { call("quit", Variant::EmptyList, NO_ID, false); }
+
+const Request& Conversation::call(const qx::IntrusiveString& method, const Variant& params,
+                                  long long id, bool keepAfterResponse) {
+    const bool automatic = id == AUTO_ID;
+    const qx::MutexLocker lock(mutex(), true);
+    // Intended: a fixed id uses up a number too.
+    // Held by Conversation.CountsAnIdOnEveryCallAlsoUnderAFixedId.
+    ++lastId;
+    if (automatic) id = lastId;
+
+    PendingRequest& pending = pendingRequests[id];
+    pending.keepAfterResponse = keepAfterResponse;
+    pending.request.setup(method, params, id);
+
+    // Listeners and the transport may overwrite or erase the entry.
+    const Request request = pending.request;
+    const Schema::ValidationResult result = request.validateArgs();
+    if (result.code != Schema::NoError && result.code != Schema::SchemaNotFound) {
+        notifyValidationWarning(request, result);
+    }
+    sendRequest(request);
+    return storedOr(id, request);
+}
+
+const Request& Conversation::call0(const qx::IntrusiveString& method, const Variant& id,
+                                   bool keepAfterResponse) {
+    return call(method, Variant::EmptyList, id.integerValue(), keepAfterResponse);
+}
+
+const Request& Conversation::call2(const qx::IntrusiveString& method, const Variant& a,
+                                   const Variant& b, long long id, bool keepAfterResponse) {
+    Variant params = Variant::newList();
+    params << a << b;
+    return call(method, params, id, keepAfterResponse);
+}
+
+const Request& Conversation::call3(const qx::IntrusiveString& method, const Variant& a,
+                                   const Variant& b, const Variant& c, long long id,
+                                   bool keepAfterResponse) {
+    Variant params = Variant::newList();
+    params << a << b << c;
+    return call(method, params, id, keepAfterResponse);
+}
+
+const Request& Conversation::subscribe(const qx::IntrusiveString& method, const Variant& params,
+                                       long long id) {
+    return call(method, params, id, true);
+}
+
+const Request& Conversation::subscribe0(const qx::IntrusiveString& method, const Variant& id) {
+    return call0(method, id, true);
+}
+
+const Request& Conversation::subscribe2(const qx::IntrusiveString& method, const Variant& a,
+                                        const Variant& b, long long id) {
+    return call2(method, a, b, id, true);
+}
+
+const Request& Conversation::repeat(long long id) {
+    const qx::MutexLocker lock(mutex(), true);
+    const Request request = pendingRequests[id].request;
+    if (!request.empty()) sendRequest(request);
+    return storedOr(id, request);
+}
+
+/// A request that is sent while another one is being printed never gets into the other's text: a
+/// whole text is with the transport already, and a printer of its own sends the new one at once;
+/// behind pieces it waits for the last of them.
+void Conversation::sendRequest(const Request& request) {
+    if (printing_ && wholeDocuments_) {
+        JsonPrinter printer(jsonPrinter);
+        printer.print(request);
+        return;
+    }
+    if (printing_) {
+        waiting_.push_back(request);
+        return;
+    }
+    const PrintScope scope(*this);
+    jsonPrinter.print(request);
+    while (!waiting_.empty()) {
+        const Request next = waiting_.front();
+        waiting_.pop_front();
+        jsonPrinter.print(next);
+    }
+}
+
+const Request& Conversation::storedOr(std::int64_t id, const Request& sent) {
+    const auto entry = pendingRequests.find(id);
+    if (entry != pendingRequests.end()) return entry->second.request;
+    answered_ = sent;
+    return answered_;
+}
+
+void Conversation::readJsonText(const char* text, int size, bool complete) {
+    if (textOver_) {
+        jsonParser.reset();
+        ++textsBegun_;
+    }
+    // What a listener feeds from inside is a text of its own; so is what follows an exception.
+    textOver_ = true;
+    const std::uint64_t thisText = textsBegun_;
+    static_cast<void>(jsonParser.parse(text, size));
+    if (textsBegun_ != thisText) return;
+    textOver_ = complete;
+    if (complete) static_cast<void>(jsonParser.parseComplete());
+}
+
+void Conversation::setBinaryAttachment(const char* data, int size) {
+    attachmentData = data;
+    attachmentSize = size;
+}
+
+void Conversation::registerListener(IResponseListener* listener) {
+    add_once(responseListeners, listener);
+}
+
+void Conversation::registerListener(boost::shared_ptr<IResponseListener> listener) {
+    add_once(sharedResponseListeners, std::move(listener));
+}
+
+void Conversation::unregisterListener(IResponseListener* listener) {
+    close_gap(responseListeners, listener);
+}
+
+void Conversation::unregisterListener(boost::shared_ptr<IResponseListener> listener) {
+    close_gap(sharedResponseListeners, listener);
+}
+
+const qx::Url& Conversation::methodSchemaUrl() {
+    static const qx::detail::NeverDestroyed<qx::Url> url(Schema::applicationSchemaBaseUrl() /
+                                                         "rpc/method.json");
+    return *url;
+}
+
+void Conversation::printJsonText(void* context, const char* text, int size) {
+    if (size < 0) size = length_of(text);
+    if (size > 0) static_cast<Conversation*>(context)->sendJsonText(text, size);
+}
+
+bool Conversation::notifyValidationWarning(const Request& request,
+                                           Schema::ValidationResult result) {
+    return notify_all(responseListeners, sharedResponseListeners, [&](IResponseListener& listener) {
+        return listener.warningRequestValidation(request, result);
+    });
+}
+
+bool Conversation::notifyResponse(const Request& request, const Response& response,
+                                  Schema::ValidationResult result) {
+    return notify_all(responseListeners, sharedResponseListeners, [&](IResponseListener& listener) {
+        return listener.handleResponse(request, response, result);
+    });
+}
+
+void Conversation::handleParseResult(const Variant& value) {
+    const qx::MutexLocker lock(mutex(), true);
+    // A listener that feeds overwrites the parser's value, and one that calls may overwrite or
+    // erase the entry: both are copied before anyone is told.
+    Response response(value);
+    const std::int64_t id = response.referenceId().integerValue();
+    if (attachmentData != nullptr) {
+        const auto size = static_cast<unsigned int>(std::max(attachmentSize, std::int32_t{0}));
+        detail::add_binary_attachment(response.objectValue(), attachmentData, size);
+    }
+    const Request request = pendingRequests[id].request;
+    Schema::ValidationResult result;
+    if (id == NO_ID || !request.empty()) result = response.validateResult(request.methodName());
+    notifyResponse(request, response, result);
+
+    // Intended: the flag that counts is the one that stands now. Held by
+    // ConversationReentry.TheKeepFlagIsReadAfreshAfterTheListeners.
+    const auto entry = pendingRequests.find(id);
+    if (entry != pendingRequests.end() && !entry->second.keepAfterResponse) {
+        pendingRequests.erase(entry);
+    }
+}
+
+void Conversation::handleParseError(const qx::IntrusiveString&) {}
+
+bool Conversation::warningRequestValidation(const Request& request,
+                                            Schema::ValidationResult result) {
+    std::cerr << "warning: json validation failed\n";
+    if (request) std::cerr << request << '\n';
+    // Intended: silent in practice, since only a failed result is warned of.
+    // Held by Conversation.TheOwnWarningShowsTheResultOnlyWhenItIsNoError.
+    if (result.code == Schema::NoError) std::cerr << result << '\n';
+    return true;
+}
+
+bool Conversation::handleResponse(const Request&, const Response&, Schema::ValidationResult) {
+    return true;
+}
+
+} // namespace json

@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "core/Export.h"
+#include "core/IntrusiveString.h"
+#include "core/SignalPublisher.h"
+#include "core/Url.h"
+#include "rpc/IResponseListener.h"
+#include "rpc/Request.h"
+#include "rpc/Response.h"
+#include "schema/Schema.h"
+#include "json/JsonParser.h"
+#include "json/JsonPrinter.h"
+#include "json/Variant.h"
+
+#include <boost/shared_ptr.hpp>
+#include <boost/unordered_map.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+namespace json {
+
+/// The client engine of the remote procedure calls: sends requests, matches what comes back.
+///
+/// It owns no socket and no thread. Requests leave through `sendJsonText`, which the application
+/// supplies; the text that arrives is fed to `readJsonText`. Nothing waits and nothing times out.
+/// \code
+/// class Client : public json::Conversation {
+///     void sendJsonText(const char* text, int size) override { socket.write(text, size); }
+///     bool handleResponse(const json::Request& request, const json::Response& response,
+///                         json::Schema::ValidationResult result) override;
+/// };
+/// client.call("trigger", "door");                            // {"params":["door"],...,"id":1000}
+/// client.call2("ptz_pan", 3, -1, json::Conversation::NO_ID); // no answer is expected
+/// client.subscribe("subscription", "door", 101);             // answered again and again
+/// \endcode
+///
+/// A request stays in the table of pending requests until its response arrives, or for good when
+/// it is to be kept: that is a subscription. A response to an id that isn't in the table is
+/// delivered with a null request, so a second answer to a plain call is too.
+///
+/// The transport may feed an answer from inside `sendJsonText`, and a listener may call and feed
+/// from inside a callback. In pieces (see the constructor) a request sent from inside
+/// `sendJsonText` goes out behind the one under way.
+/// An exception of the transport or of a listener passes through, the lock released; the
+/// conversation goes on with the next text. What was waiting behind a request whose transport
+/// threw isn't sent.
+///
+/// Threads: locked inside; listeners run under the lock. That holds for the calls, `repeat`,
+/// `open`, `close` and the handling of a response; everything else is for one thread at a time:
+/// one thread feeds, and listeners are registered while no response is under way. The lock is the
+/// recursive one of `qx::SignalPublisher`. Warning: values and their pool of keys aren't locked.
+/// A thread that calls while another one feeds must keep new keys out of both, or serialise them.
+class GATECAST_EXPORT Conversation : public qx::SignalPublisher,
+                                     public virtual IJsonParserListener,
+                                     public virtual IResponseListener {
+public:
+    /// @name Reference ids
+    /// @{
+    static constexpr std::int64_t AUTO_ID = -1;         ///< allocate the next id, from 1000 on
+    static constexpr std::int64_t NO_ID = 0;            ///< send no "id": no answer is expected
+    static constexpr std::int64_t ListMethodsRefId = 1; ///< the id of "list_methods"
+    /// @}
+
+    /// @param wholeDocuments  true: one call of `sendJsonText` per request, with its whole text;
+    ///     false: the text reaches `sendJsonText` in pieces as it is generated.
+    /// The object is its own first listener: each response reaches its own `handleResponse`
+    /// before any other.
+    explicit Conversation(bool wholeDocuments = true);
+    Conversation(const Conversation&) = delete;
+    Conversation& operator=(const Conversation&) = delete;
+
+    // The order of the virtual operations is ABI, from the destructor to `handleResponse`.
+    /// Sends nothing.
+    ~Conversation() override;
+
+    // ----- Sending ---------------------------------------------------------------------------
+    //
+    // `method` is taken from a `const char*` as well. A list of parameters is sent as it is, any
+    // other value as the only parameter. `id` is `AUTO_ID`, `NO_ID` or an id of the caller's; a
+    // request replaces the pending one of the same id, and those without an id share one place.
+    // A request that fails validation is warned about and sent all the same.
+    //
+    // The result is the stored request, good until its entry is erased: by its response, unless
+    // it is kept. If that came before the call returned, the result can be read until the next
+    // operation on the conversation. Warning: another thread that feeds may erase it at any time.
+
+    /// Sends "list_methods" under `ListMethodsRefId` and keeps it, or sends it again.
+    void open();
+    /// Sends "quit" without an id. Everything else stays as it is; no answer is awaited.
+    void close();
+
+    /// Sends a request. With `keepAfterResponse` it receives any number of responses.
+    const Request& call(const qx::IntrusiveString& method, const Variant& params,
+                        long long id = AUTO_ID, bool keepAfterResponse = false);
+    /// The same without parameters. Warning: the second argument is the id, whatever its type.
+    const Request& call0(const qx::IntrusiveString& method, const Variant& id = AUTO_ID,
+                         bool keepAfterResponse = false);
+    /// The same with two or three parameters.
+    /// @{
+    const Request& call2(const qx::IntrusiveString& method, const Variant& a, const Variant& b,
+                         long long id = AUTO_ID, bool keepAfterResponse = false);
+    const Request& call3(const qx::IntrusiveString& method, const Variant& a, const Variant& b,
+                         const Variant& c, long long id = AUTO_ID, bool keepAfterResponse = false);
+    /// @}
+    /// As `call`, `call0` and `call2`, kept after the response.
+    /// @{
+    const Request& subscribe(const qx::IntrusiveString& method, const Variant& params,
+                             long long id = AUTO_ID);
+    const Request& subscribe0(const qx::IntrusiveString& method, const Variant& id = AUTO_ID);
+    const Request& subscribe2(const qx::IntrusiveString& method, const Variant& a, const Variant& b,
+                              long long id = AUTO_ID);
+    /// @}
+    /// Sends the stored request of the id once more, as it stands: it isn't validated again.
+    /// Bad input: an unknown id sends nothing, and leaves a blank entry in the table.
+    const Request& repeat(long long id);
+
+    // ----- Receiving -------------------------------------------------------------------------
+
+    /// Feeds a piece of a JSON text, up to its NUL when `size` is negative. With `complete` the
+    /// text ends here and its response is delivered, on this thread. The next piece starts a new
+    /// text, whether this one was good or bad; a text that doesn't parse is dropped.
+    virtual void readJsonText(const char* text, int size, bool complete);
+    /// Carries the bytes to the peer, in order. They live for the length of the call. Called with
+    /// the lock held and never with a size below 1.
+    virtual void sendJsonText(const char* text, int size) = 0;
+    /// The binary block that belongs to the text now being read: every response gets it appended
+    /// to its "binary-attachment-list" until it is set to null. It isn't copied: the caller keeps
+    /// it alive for the length of the `readJsonText` call.
+    /// Bad input: a negative size attaches an empty block.
+    virtual void setBinaryAttachment(const char* data, int size);
+    const char* binaryAttachment() const { return attachmentData; }
+    /// In bytes.
+    int binaryAttachmentSize() const { return attachmentSize; }
+
+    // ----- Listeners -------------------------------------------------------------------------
+    //
+    // Listeners by raw pointer aren't owned and must live until the conversation is gone. They are
+    // called first, in order of registration, then the shared ones.
+
+    /// Appends the listener unless it is in its list.
+    /// @{
+    void registerListener(IResponseListener* listener);
+    void registerListener(boost::shared_ptr<IResponseListener> listener);
+    /// @}
+    /// Moves the listeners behind this one to the front by one place. Warning: the list keeps its
+    /// length. The listener in the last place is never taken out, and after the removal of another
+    /// one the last stays in its place too: by raw pointer it is then called twice, in the shared
+    /// list its old place is empty. A listener that is to fall silent must do so itself.
+    /// @{
+    void unregisterListener(IResponseListener* listener);
+    void unregisterListener(boost::shared_ptr<IResponseListener> listener);
+    /// @}
+
+    /// The schema of one entry of the answer to "list_methods": base/rpc/method.json
+    static const qx::Url& methodSchemaUrl();
+
+protected:
+    /// A request that is still of interest. A null `request` is a blank: its id was never sent.
+    struct PendingRequest {
+        Request request;
+        bool keepAfterResponse = false;
+    };
+    /// An id is its own hash: its bucket is the id modulo the number of buckets.
+    struct IdHash {
+        std::size_t operator()(std::int64_t id) const { return static_cast<std::size_t>(id); }
+    };
+
+    // ----- Hooks for subclasses --------------------------------------------------------------
+
+    /// What the printer calls with each text: hands it to `sendJsonText` of the context, a
+    /// `Conversation*`. A negative size means up to the NUL. An empty text isn't sent.
+    static void printJsonText(void* context, const char* text, int size);
+
+    /// Tells every listener of a request that failed validation. True when all of them said so.
+    virtual bool notifyValidationWarning(const Request& request, Schema::ValidationResult result);
+    /// Hands a response to every listener. True when all of them said so.
+    virtual bool notifyResponse(const Request& request, const Response& response,
+                                Schema::ValidationResult result);
+
+    /// The parser's: a text is complete. Matches it to its request and delivers it.
+    void handleParseResult(const Variant& value) override;
+    /// The parser's: a text doesn't parse. Nothing happens.
+    void handleParseError(const qx::IntrusiveString& message) override;
+    /// The object's own: writes the request to `std::cerr`. True.
+    bool warningRequestValidation(const Request& request, Schema::ValidationResult result) override;
+    /// The object's own: true. A subclass that overrides it calls it first.
+    bool handleResponse(const Request& request, const Response& response,
+                        Schema::ValidationResult result) override;
+
+    // ----- Data ------------------------------------------------------------------------------
+
+    boost::unordered_map<std::int64_t, PendingRequest, IdHash> pendingRequests; ///< by id
+    std::int64_t lastId = 999;                         ///< moves on every call, not on `repeat`
+    std::vector<IResponseListener*> responseListeners; ///< not owned
+    std::vector<boost::shared_ptr<IResponseListener>> sharedResponseListeners;
+    JsonParser jsonParser;                        ///< reads incoming text
+    JsonPrinter jsonPrinter;                      ///< prints outgoing requests
+    const char* attachmentData = nullptr;         ///< not owned
+    std::int32_t attachmentSize = 0;              ///< in bytes
+    std::vector<qx::IntrusiveString> methodNames; ///< the peer's methods, in order of arrival
+
+private:
+    class PrintScope;
+
+    void sendRequest(const Request& request);
+    const Request& storedOr(std::int64_t id, const Request& sent);
+
+    const bool wholeDocuments_;
+    bool printing_ = false;        // a request is on its way through jsonPrinter
+    std::deque<Request> waiting_;  // what is to follow it, when it leaves in pieces
+    Request answered_;             // the result of a call whose entry is gone already
+    bool textOver_ = true;         // the next piece belongs to a new text
+    std::uint64_t textsBegun_ = 0; // tells a text from one that a listener feeds meanwhile
+};
+
+} // namespace json
