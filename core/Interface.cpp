@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#include "core/Interface.h"
+
+#include <cstring>
+
+namespace qx {
+
+IInterface::~IInterface() = default;
+
+const char* IInterface::ID() { return "qx::IInterface"; }
+
+const void* IInterface::getInterface(const char* id) const {
+    return const_cast<IInterface*>(this)->getInterface(id);
+}
+
+void* IInterface::getInterface(const char* id) {
+    return id != nullptr && std::strcmp(id, ID()) == 0 ? this : nullptr;
+}
+
+InterfaceStub::~InterfaceStub() = default;
+
+} // namespace qx

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "core/Export.h"
+
+namespace qx {
+
+/// The root of all listener interfaces. Each inherits it virtually, so that a class that implements
+/// several listeners holds one.
+class GATECAST_EXPORT IInterface {
+public:
+    IInterface() = default;
+    IInterface(const IInterface&) = default;
+    IInterface& operator=(const IInterface&) = default;
+
+    // The order of the virtual operations is ABI.
+    virtual ~IInterface();
+    /// This object when `id` is "qx::IInterface", null for every other id: an extension point that
+    /// no class of the library overrides.
+    /// @{
+    virtual const void* getInterface(const char* id) const;
+    virtual void* getInterface(const char* id);
+    /// @}
+
+    static const char* ID();
+};
+
+/// A concrete class with the same operations.
+class GATECAST_EXPORT InterfaceStub : public IInterface {
+public:
+    InterfaceStub() = default;
+    InterfaceStub(const InterfaceStub&) = default;
+    InterfaceStub& operator=(const InterfaceStub&) = default;
+    ~InterfaceStub() override;
+};
+
+} // namespace qx

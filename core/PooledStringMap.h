@@ -1,0 +1,221 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "core/IntrusiveString.h"
+#include "core/StringPool.h"
+#include "core/detail/GroupedTable.h"
+
+#include <boost/intrusive_ptr.hpp>
+
+#include <cstddef>
+
+namespace qx {
+
+/// A multimap from interned strings to values.
+///
+/// Entries of one key stand together in order of insertion, and lookups answer the first. Keys are
+/// placed by identity, so `insert_new` takes interned ones only, and looked up by text, so every
+/// other operation takes any. Entries never move: references and iterators stay valid until the
+/// entry is erased. Apart from groups the order of iteration is no contract. Arguments may lie in
+/// the map that is changed.
+/// The pool isn't owned and outlives the map.
+/// Threads: one at a time; a lookup of a missing key by `operator[]` writes to the pool.
+template <typename T>
+class PooledStringMap {
+public:
+    using Key = boost::intrusive_ptr<IntrusiveString>;
+    using Pool = StringPool<IntrusiveString, Key>;
+    using Table = detail::GroupedTable<T>;
+    using iterator = typename Table::iterator;
+    using const_iterator = typename Table::const_iterator;
+    using value_type = typename Table::value_type;
+
+    /// Default value `T()`, global pool.
+    PooledStringMap() : PooledStringMap(T()) {}
+    PooledStringMap(const T& defaultValue) : PooledStringMap(global_string_pool(), defaultValue) {}
+    PooledStringMap(Pool& pool, const T& defaultValue)
+        : pool_(&pool), defaultValue_(defaultValue) {}
+    PooledStringMap(const PooledStringMap&) = default;
+    PooledStringMap& operator=(const PooledStringMap& source) {
+        if (this == &source) return *this;
+        Table entries(source.table_); // the source may lie in one of the values
+        pool_ = source.pool_;
+        defaultValue_ = source.defaultValue_;
+        table_.swap(entries);
+        return *this;
+    }
+
+    // The order of the virtual operations is ABI.
+    virtual ~PooledStringMap() = default;
+
+protected:
+    /// What a lookup of a missing key answers: here the default value, whatever the key.
+    virtual const T& auto_value_for(const Key& key) const {
+        static_cast<void>(key);
+        return defaultValue_;
+    }
+    /// Called after an entry was added, after its value was replaced by `setValue` or `rename`, and
+    /// before `rename` removes it. `erase` and `removeValue` call nothing.
+    /// @{
+    virtual void on_insert(const iterator& entry) { static_cast<void>(entry); }
+    virtual void on_update(const iterator& entry) { static_cast<void>(entry); }
+    virtual void on_erase(const iterator& entry) { static_cast<void>(entry); }
+    /// @}
+
+public:
+    bool empty() const noexcept { return table_.empty(); }
+    std::size_t size() const noexcept { return table_.size(); }
+    iterator begin() noexcept { return table_.begin(); }
+    iterator end() noexcept { return table_.end(); }
+    const_iterator begin() const noexcept { return table_.begin(); }
+    const_iterator end() const noexcept { return table_.end(); }
+
+    /// First entry with the key's text, or `end()`.
+    /// @{
+    iterator find(const char* key) { return table_.find(text_of(key), hash_of_text(key)); }
+    iterator find(const IntrusiveString& key) { return find(key.c_str()); }
+    iterator find(const Key& key) { return find(text_of(key)); }
+    const_iterator find(const char* key) const {
+        return table_.find(text_of(key), hash_of_text(key));
+    }
+    const_iterator find(const IntrusiveString& key) const { return find(key.c_str()); }
+    const_iterator find(const Key& key) const { return find(text_of(key)); }
+    /// @}
+    template <typename K>
+    bool contains(const K& key) const {
+        return find(key) != end();
+    }
+
+    /// The first entry's value, or the default of the key; no entry is added.
+    /// @{
+    const T& operator[](const char* key) const { return read(key); }
+    const T& operator[](const IntrusiveString& key) const { return read(key.c_str()); }
+    const T& operator[](const Key& key) const { return read(text_of(key)); }
+    /// @}
+    /// The first entry's value; a missing key gets an entry with a copy of its default.
+    /// @{
+    T& operator[](const char* key) { return provide(key); }
+    T& operator[](const IntrusiveString& key) { return provide(key.c_str()); }
+    T& operator[](const Key& key) { return provide(text_of(key)); }
+    /// @}
+
+    /// Assigns to the first entry of the key, or adds one.
+    template <typename K>
+    iterator setValue(const K& key, const T& value) {
+        const iterator entry = find(key);
+        if (entry == end()) return insert_new(pool_->intern(key), value);
+        entry->second = value;
+        on_update(entry);
+        return entry;
+    }
+
+    /// Moves the first entry of one key under another one, where it replaces the first entry.
+    /// False when there is no such entry.
+    bool rename(const char* from, const char* to) {
+        const iterator old = find(from);
+        if (old == end()) return false;
+        const T value(old->second);
+        const Key target = pool_->intern(to); // either text may end with the entry
+        on_erase(old);
+        table_.erase(old);
+        setValue(target, value);
+        return true;
+    }
+
+    /// Removes the entry and returns the next one. Calls no hook.
+    iterator erase(const_iterator entry) { return table_.erase(entry); }
+
+    /// First entry, in iteration order, whose value equals the given one; `end()` if none.
+    /// @{
+    const_iterator findValue(const T& value) const { return findValue(value, begin()); }
+    const_iterator findValue(const T& value, const_iterator from) const {
+        while (from != end() && !(from->second == value)) {
+            ++from;
+        }
+        return from;
+    }
+    /// @}
+    /// The entry whose value is that very object; `end()` if none.
+    const_iterator findValue(const T* address) const {
+        const_iterator entry = begin();
+        while (entry != end() && &entry->second != address) {
+            ++entry;
+        }
+        return entry;
+    }
+    bool containsValue(const T& value) const { return findValue(value) != end(); }
+
+    /// Removes every entry whose value equals the given one and returns how many. Calls no hook.
+    int removeValue(const T& value) {
+        const T wanted(value);
+        int removed = 0;
+        for (const_iterator entry = begin(); entry != end();) {
+            if (entry->second == wanted) {
+                entry = table_.erase(entry);
+                ++removed;
+            } else {
+                ++entry;
+            }
+        }
+        return removed;
+    }
+
+    /// The entry `count` steps behind, if it has the same key; otherwise `end()`.
+    const_iterator findNext(const_iterator entry, unsigned int count) const {
+        if (entry == end()) return end();
+        const Key key = entry->first;
+        while (count-- > 0) {
+            ++entry;
+            if (entry == end() || entry->first != key) return end();
+        }
+        return entry;
+    }
+
+    /// Position among the entries of the same key, counted from 0; -1 if it isn't reached.
+    int indexInRange(const_iterator entry) const {
+        if (entry == end()) return -1;
+        int index = 0;
+        for (const_iterator it = find(entry->first); it != end() && it->first == entry->first;
+             ++it, ++index) {
+            if (it == entry) return index;
+        }
+        return -1;
+    }
+
+protected:
+    /// Adds an entry with no lookup of any kind: a key that is present gets a further entry.
+    /// The key must be interned in the map's pool.
+    iterator insert_new(const Key& key, const T& value) {
+        const iterator entry = table_.insert(key, value, StringHash<Key>()(key));
+        on_insert(entry);
+        return entry;
+    }
+
+    /// Removes all entries. Calls no hook.
+    void clear() noexcept {
+        Table entries;
+        table_.swap(entries);
+    }
+
+private:
+    static const char* text_of(const char* key) noexcept { return key != nullptr ? key : ""; }
+    static const char* text_of(const Key& key) noexcept { return key ? key->c_str() : ""; }
+
+    const T& read(const char* key) const {
+        const const_iterator entry = find(key);
+        return entry != end() ? entry->second : auto_value_for(pool_->intern(key));
+    }
+
+    T& provide(const char* key) {
+        const iterator entry = find(key);
+        if (entry != end()) return entry->second;
+        const Key& interned = pool_->intern(key);
+        return insert_new(interned, auto_value_for(interned))->second;
+    }
+
+    Table table_;
+    Pool* pool_;
+    T defaultValue_;
+};
+
+} // namespace qx

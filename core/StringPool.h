@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "core/Export.h"
+#include "core/IntrusiveString.h"
+
+#include <boost/intrusive_ptr.hpp>
+#include <boost/unordered_set.hpp>
+
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+namespace qx {
+
+/// The hash of a key: at most 12 characters of the UTF-8 text, each cut to 16 bits, up to the first
+/// NUL. Keys that agree in their first 12 characters have the same hash.
+/// Bad input: a null pointer counts as the empty text; continuation bytes aren't checked, a stray
+/// one counts as "?" for every character that is left, and nothing behind the NUL is read.
+/// @{
+GATECAST_EXPORT std::size_t hash_of_text(const char* text) noexcept;
+GATECAST_EXPORT std::size_t hash_of_text(std::string_view text) noexcept;
+/// @}
+
+/// `hash_of_text` for each form of key.
+template <typename K>
+struct StringHash {
+    std::size_t operator()(const char* key) const noexcept { return hash_of_text(key); }
+    std::size_t operator()(const IntrusiveString& key) const noexcept { return key.hash(); }
+    std::size_t operator()(const boost::intrusive_ptr<IntrusiveString>& key) const noexcept {
+        return key ? key->hash() : 0;
+    }
+};
+
+/// Two keys are equal when they are the same string object.
+template <typename S>
+struct PooledStringEquals {
+    bool operator()(const boost::intrusive_ptr<S>& left,
+                    const boost::intrusive_ptr<S>& right) const noexcept {
+        return left.get() == right.get();
+    }
+};
+
+/// Keeps one string object for each distinct text, so that equal keys are equal pointers.
+///
+/// Entries are never removed: they live until the pool is destroyed, or longer where somebody holds
+/// them. The caller's string object is never stored; a text ends at its first NUL.
+/// Threads: one at a time.
+template <typename S, typename Pointer>
+class StringPool {
+public:
+    StringPool() : strings_(kFirstBuckets) { strings_.max_load_factor(1.0F); }
+    StringPool(const StringPool&) = delete;
+    StringPool& operator=(const StringPool&) = delete;
+
+    /// The pool's entry for the text. The reference stays valid while further texts are interned.
+    /// Bad input: a null pointer counts as the empty text.
+    /// @{
+    const Pointer& intern(const char* key) {
+        return intern(std::string_view(key != nullptr ? key : ""));
+    }
+    const Pointer& intern(const S& key) { return intern(std::string_view(key.c_str())); }
+    const Pointer& intern(const Pointer& key) {
+        return intern(std::string_view(key ? key->c_str() : ""));
+    }
+    /// Needs no NUL behind the text.
+    const Pointer& intern(std::string_view key) {
+        key = key.substr(0, key.find('\0'));
+        const auto found = strings_.find(key, TextHash(), TextEquals());
+        if (found != strings_.end()) return *found;
+        return *strings_.insert(Pointer(new S(key.data(), key.size()))).first;
+    }
+    /// @}
+
+    std::size_t size() const noexcept { return strings_.size(); }
+
+private:
+    static constexpr std::size_t kFirstBuckets = 11;
+
+    struct TextHash {
+        std::size_t operator()(std::string_view key) const noexcept { return hash_of_text(key); }
+        std::size_t operator()(const Pointer& key) const noexcept { return key->hash(); }
+    };
+    struct TextEquals {
+        bool operator()(std::string_view left, const Pointer& right) const noexcept {
+            return left == std::string_view(right->c_str(), right->length());
+        }
+        bool operator()(const Pointer& left, std::string_view right) const noexcept {
+            return (*this)(right, left);
+        }
+        bool operator()(const Pointer& left, const Pointer& right) const noexcept {
+            return (*this)(std::string_view(left->c_str(), left->length()), right);
+        }
+    };
+
+    boost::unordered_set<Pointer, TextHash, TextEquals> strings_;
+};
+
+/// The pool of keys of the whole program, built on first use and never destroyed.
+GATECAST_EXPORT StringPool<IntrusiveString, boost::intrusive_ptr<IntrusiveString>>&
+global_string_pool();
+
+} // namespace qx
