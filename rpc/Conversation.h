@@ -213,7 +213,7 @@ private:
     bool printing_ = false;        // a request is on its way through jsonPrinter
     std::deque<Request> waiting_;  // what is to follow it, when it leaves in pieces
     Request answered_;             // the result of a call whose entry is gone already
-    bool textOver_ = true;         // the next piece belongs to a new text
+    bool textOver_ = false;        // the next piece belongs to a new text
     std::uint64_t textsBegun_ = 0; // tells a text from one that a listener feeds meanwhile
 };
 

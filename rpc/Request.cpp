@@ -53,8 +53,11 @@ void Request::setup(const qx::IntrusiveString& method, const Variant& args, std:
         return;
     }
     Object& envelope = objectValue();
-    const Object::const_iterator entry = envelope.find(kId);
-    if (entry != envelope.end()) envelope.erase(entry);
+    Object::const_iterator entry = envelope.find(kId);
+    while (entry != envelope.end()) { // a peer's object may repeat the key
+        envelope.erase(entry);
+        entry = envelope.find(kId);
+    }
 }
 
 List& Request::arguments() { return (*this)[kParams].listValue(); }

@@ -1,1 +1,1 @@
-# tests of the layer rpc: gatecast_add_tests(rpc_tests XTest.cpp ...)
+gatecast_add_tests(rpc_tests RequestTest.cpp ResponseTest.cpp ConversationTest.cpp)
