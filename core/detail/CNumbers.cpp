@@ -2,7 +2,6 @@
 #include "core/detail/CNumbers.h"
 
 #include <cstdlib>
-#include <locale.h>
 #include <new>
 
 namespace qx::detail {
@@ -22,5 +21,7 @@ std::int64_t text_to_integer(const char* text) {
 }
 
 double text_to_real(const char* text) { return ::strtod_l(text, nullptr, c_locale()); }
+
+CNumericScope::CNumericScope() : outer_(::uselocale(c_locale())) {}
 
 } // namespace qx::detail

@@ -5,6 +5,7 @@
 #include "core/Export.h"
 
 #include <cstdint>
+#include <locale.h>
 
 namespace qx::detail {
 
@@ -14,5 +15,17 @@ GATECAST_EXPORT std::int64_t text_to_integer(const char* text);
 
 /// The leading number as the C library reads it in the "C" locale; 0 if nothing fits.
 GATECAST_EXPORT double text_to_real(const char* text);
+
+/// Holds the "C" locale for this thread, so that C libraries read and write numbers with a point.
+class GATECAST_EXPORT CNumericScope {
+public:
+    CNumericScope();
+    ~CNumericScope() { ::uselocale(outer_); }
+    CNumericScope(const CNumericScope&) = delete;
+    CNumericScope& operator=(const CNumericScope&) = delete;
+
+private:
+    locale_t outer_;
+};
 
 } // namespace qx::detail

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "core/Export.h"
+#include "core/Interface.h"
+#include "json/Variant.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace json {
+
+/// Hears of what a parser has read.
+class GATECAST_EXPORT IJsonParserListener : public virtual qx::IInterface {
+public:
+    // The order of the virtual operations is ABI.
+    ~IJsonParserListener() override;
+    /// The finished value, at `parseComplete`. It stays as it is until the next text is begun.
+    virtual void handleParseResult(const Variant& value) = 0;
+    /// The error text, at a failing `parse` or `parseComplete`; empty for a text that ended too
+    /// early.
+    virtual void handleParseError(const qx::IntrusiveString& text) = 0;
+};
+
+/// Builds one value from one JSON text that may arrive in any number of pieces.
+///
+/// A cycle is `reset`, `parse` any number of times, `parseComplete`; a new parser is ready for its
+/// first one. Listeners hear at `parseComplete` and at faults, on the calling thread. A second
+/// text in one cycle is a fault. Comments in the text are skipped, strings are taken as bytes with
+/// no UTF-8 check, a repeated key keeps all its entries, and integers beyond 64 bits are faults.
+/// \code
+/// json::JsonParser parser;
+/// parser.parse("{\"door\":");
+/// parser.parse("true}");
+/// const json::Variant& value = parser.parseComplete();
+/// \endcode
+/// A copy shares the tokenizer with its source: use one of the two at a time.
+/// Threads: one at a time. Keys are interned in the pool that all objects share.
+class GATECAST_EXPORT JsonParser {
+public:
+    JsonParser();
+    JsonParser(const JsonParser& source);
+    JsonParser& operator=(const JsonParser& source);
+    virtual ~JsonParser();
+
+    /// Feeds bytes; a negative length means up to the NUL. False on a fault, and then for every
+    /// further piece until `reset`. Bad input: a null pointer counts as the empty text.
+    bool parse(const char* text, int length = -1);
+    /// Feeds at most `length` bytes from the stream, or all up to its end for a negative length.
+    /// A stream that can't go on counts as ended, and so does a null pointer.
+    bool parse(std::istream* in, int length = -1);
+    /// Ends the text and notifies. The reference is to the value, which lives until the next text
+    /// is begun, or on a fault to the error text as a String.
+    const Variant& parseComplete();
+    /// Begins a new cycle: what was read before is dropped, listeners stay.
+    void reset();
+    /// The text of the last fault of this cycle, empty if there is none.
+    const qx::IntrusiveString& lastError() const;
+
+    /// A listener is held at most once in each form. A raw pointer must live until the parser is
+    /// gone.
+    /// @{
+    void registerListener(IJsonParserListener* listener);
+    void registerListener(boost::shared_ptr<IJsonParserListener> listener);
+    /// @}
+    /// Moves the listeners behind the given one up by one place; the last place stays as it is.
+    /// Warning: a listener in the last place, so an only one too, goes on being called.
+    /// @{
+    void unregisterListener(IJsonParserListener* listener);
+    void unregisterListener(boost::shared_ptr<IJsonParserListener> listener);
+    /// @}
+
+    /// One whole cycle. Bad input: gives a String with the error text, empty when the text ended
+    /// too early; it can't be told from a JSON text that was a string.
+    /// @{
+    static Variant parseTree(const char* text, int length = -1);
+    static Variant parseTree(std::istream* in, int length = -1);
+    static Variant parseTree(const std::string& text);
+    /// @}
+
+protected:
+    /// Hands a finished value to the stack; false when there is no place for it.
+    bool pushValue(const Variant& value);
+    /// Closes the container on top.
+    bool popValue();
+    void notifyResult(const Variant& value);
+    void notifyError(const qx::IntrusiveString& text);
+
+    /// What the tokenizer calls; the first argument is the parser.
+    /// @{
+    static int cb_null(void* parser);
+    static int cb_boolean(void* parser, int value);
+    static int cb_integer(void* parser, long long value);
+    static int cb_double(void* parser, double value);
+    static int cb_string(void* parser, const unsigned char* text, std::size_t length);
+    static int cb_map_key(void* parser, const unsigned char* text, std::size_t length);
+    static int cb_start_map(void* parser);
+    static int cb_end_map(void* parser);
+    static int cb_start_array(void* parser);
+    static int cb_end_array(void* parser);
+    /// @}
+
+private:
+    struct Tokenizer;
+
+    /// The open containers, outermost first, an open object followed by its pending key; the
+    /// finished value stays in the lowest slot. Slots keep their values until they are used again.
+    struct Stack {
+        Stack();
+        Variant& claim();
+        Variant& top();
+        Variant& pop();
+
+        std::deque<Variant> slots; // a reference to the result outlives a nested text
+        std::uint64_t depth = 0;
+        Variant emptySlot;
+    };
+
+    bool feed(const char* text, std::size_t length);
+    void storeFault(const char* text, std::size_t length);
+
+    boost::shared_ptr<Tokenizer> tokenizer;
+    Stack stack;
+    Object::KeyPool* keyPool;
+    Variant error;
+    std::vector<IJsonParserListener*> listeners;
+    std::vector<boost::shared_ptr<IJsonParserListener>> sharedListeners;
+};
+
+} // namespace json
