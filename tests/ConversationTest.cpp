@@ -643,10 +643,9 @@ TEST_F(ConversationReceiving, GoesOnWithAResetParserAsASubclassLeavesIt) {
 
 TEST(Conversation, TellsASubclassOfTextsThatDoNotParse) {
     LoggingConversation conversation;
-    conversation.readJsonText("{]", -1, false);
-    EXPECT_EQ(1u, conversation.parseErrors.size());
-    conversation.readJsonText("", 0, true);
-    ASSERT_EQ(2u, conversation.parseErrors.size());
+    conversation.receive("{]");
+    ASSERT_EQ(2u, conversation.parseErrors.size()) << "at the fault and at the end of the text";
+    EXPECT_THAT(conversation.parseErrors[0], testing::HasSubstr("<<<<<<<<"));
     EXPECT_EQ(conversation.parseErrors[0], conversation.parseErrors[1]);
     conversation.receive("[1,");
     ASSERT_EQ(3u, conversation.parseErrors.size());

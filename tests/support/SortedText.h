@@ -34,7 +34,7 @@ inline std::string sorted_text(const json::Variant& value) {
     }
     qx::IntrusiveString text;
     value.print(text, false);
-    return text;
+    return std::string(text.c_str(), text.length());
 }
 
 /// The same of a JSON text; a text that doesn't parse gives its error as a JSON string.
