@@ -58,18 +58,18 @@ int length_of(const char* text) {
 
 } // namespace
 
-/// The span in which a request goes through the printer.
-class Conversation::PrintScope {
+/// The span in which a request leaves in pieces.
+class Conversation::PiecesScope {
 public:
-    explicit PrintScope(Conversation& conversation) : conversation_(conversation) {
-        // A transport that threw has left its text and what was waiting behind it.
-        conversation_.jsonPrinter.reset();
-        conversation_.waiting_.clear();
-        conversation_.printing_ = true;
+    explicit PiecesScope(Conversation& conversation) : conversation_(conversation) {
+        conversation_.inPieces_ = true;
     }
-    ~PrintScope() { conversation_.printing_ = false; }
-    PrintScope(const PrintScope&) = delete;
-    PrintScope& operator=(const PrintScope&) = delete;
+    ~PiecesScope() {
+        conversation_.inPieces_ = false;
+        conversation_.waiting_.clear(); // of no use behind a text that was cut off
+    }
+    PiecesScope(const PiecesScope&) = delete;
+    PiecesScope& operator=(const PiecesScope&) = delete;
 
 private:
     Conversation& conversation_;
@@ -164,20 +164,19 @@ const Request& Conversation::repeat(long long id) {
     return storedOr(id, request);
 }
 
-/// A request that is sent while another one is being printed never gets into the other's text: a
-/// whole text is with the transport already, and a printer of its own sends the new one at once;
-/// behind pieces it waits for the last of them.
+/// A request that is sent from inside the transport never gets into the text under way: whole texts
+/// are with the transport already, and the printer sends a nested one by itself; behind pieces a
+/// request waits for the last of them.
 void Conversation::sendRequest(const Request& request) {
-    if (printing_ && wholeDocuments_) {
-        JsonPrinter printer(jsonPrinter);
-        printer.print(request);
+    if (wholeDocuments_) {
+        jsonPrinter.print(request);
         return;
     }
-    if (printing_) {
+    if (inPieces_) {
         waiting_.push_back(request);
         return;
     }
-    const PrintScope scope(*this);
+    const PiecesScope scope(*this);
     jsonPrinter.print(request);
     while (!waiting_.empty()) {
         const Request next = waiting_.front();

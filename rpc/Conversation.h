@@ -204,14 +204,14 @@ protected:
     std::vector<qx::IntrusiveString> methodNames; ///< the peer's methods, in order of arrival
 
 private:
-    class PrintScope;
+    class PiecesScope;
 
     void sendRequest(const Request& request);
     const Request& storedOr(std::int64_t id, const Request& sent);
 
     const bool wholeDocuments_;
-    bool printing_ = false;        // a request is on its way through jsonPrinter
-    std::deque<Request> waiting_;  // what is to follow it, when it leaves in pieces
+    bool inPieces_ = false;        // a request is on its way in pieces
+    std::deque<Request> waiting_;  // what is to follow it
     Request answered_;             // the result of a call whose entry is gone already
     bool textOver_ = false;        // the next piece belongs to a new text
     std::uint64_t textsBegun_ = 0; // tells a text from one that a listener feeds meanwhile
