@@ -4,6 +4,7 @@
 #include "json/Path.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 namespace json {
@@ -15,9 +16,10 @@ List::List() = default;
 List::List(const List& source) : qx::IntrusiveObject(source), elements_(source.elements_) {}
 
 List& List::operator=(const List& source) {
-    if (this == &source) return *this;
-    std::vector<Variant> copies(source.elements_); // the source may lie in an element
-    elements_.swap(copies);
+    if (this != &source) {
+        std::vector<Variant> copies(source.elements_); // the source may lie in an element
+        elements_.swap(copies);
+    }
     update_parents(begin(), end());
     return *this;
 }
@@ -97,6 +99,7 @@ List& List::operator+=(const List& rhs) {
 }
 
 Variant& List::at(std::size_t index) {
+    makeRoom(index);
     while (size() <= index) {
         appendLinked(auto_value_for(size()));
     }
@@ -104,13 +107,21 @@ Variant& List::at(std::size_t index) {
 }
 
 Variant& List::at(std::size_t index, const Variant& fallback) {
-    if (size() <= index) {
-        const Variant copy(fallback); // may be an element, which moves as the list grows
-        while (size() <= index) {
-            appendLinked(copy);
-        }
+    if (index < size()) return elements_[index];
+    const Variant copy(fallback); // may be an element, which moves as the list grows
+    makeRoom(index);
+    while (size() <= index) {
+        appendLinked(copy);
     }
     return elements_[index];
+}
+
+/// Before a growth by several elements: none of the new ones is to lose its links by it.
+void List::makeRoom(std::size_t index) {
+    if (index < elements_.capacity()) return;
+    if (index >= elements_.max_size()) throw std::length_error("vector<T> too long");
+    const std::size_t twice = std::min(elements_.capacity() * 2, elements_.max_size());
+    elements_.reserve(std::max(index + 1, twice));
 }
 
 void List::assign(std::size_t index, const Variant& value) {
@@ -131,6 +142,7 @@ List::iterator List::insert(iterator where, const Variant& value) {
 }
 
 void List::insert(iterator where, std::size_t count, const Variant& value) {
+    if (count > elements_.max_size() - size()) throw std::length_error("vector<T> too long");
     const auto reach = std::min(count, static_cast<std::size_t>(end() - where));
     const bool changes =
         reach < count || std::any_of(where, where + static_cast<std::ptrdiff_t>(reach),
@@ -204,6 +216,7 @@ bool List::removeAll(const Variant& value) {
 }
 
 void List::resize(std::size_t size, Variant filler) {
+    if (size > elements_.max_size()) throw std::length_error("vector<T> too long");
     elements_.resize(size, filler);
     setDirty(true);
     update_schemas(0);

@@ -156,6 +156,7 @@ protected:
 
 private:
     void appendLinked(const Variant& value);
+    void makeRoom(std::size_t index);
     void removeAt(std::size_t index);
 
     std::vector<Variant> elements_;

@@ -19,9 +19,10 @@ Object::Object(const Object& source) : Map(source), qx::IntrusiveObject(source) 
 }
 
 Object& Object::operator=(const Object& source) {
-    if (this == &source) return *this;
-    const Object copy(source); // the source may lie in one of the values
-    Map::operator=(copy);
+    if (this != &source) {
+        const Object copy(source); // the source may lie in one of the values
+        Map::operator=(copy);
+    }
     update_parents(begin(), end());
     return *this;
 }

@@ -3,6 +3,7 @@
 #include "schema/Schema.h"
 #include "json/Variant.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace json {
@@ -29,6 +30,7 @@ public:
     /// Makes the value the owner of its container and binds what lies in it.
     void link(const Variant& value) {
         if (!value.schema_ || !value.holdsContainer()) return;
+        const std::size_t mark = waiting_.size();
         if (value.isList()) {
             value.value_.list->owner_ = &value;
             bindElements(*value.value_.list, 0);
@@ -37,6 +39,8 @@ public:
             bindEntries(*value.value_.object, value.value_.object->begin(),
                         value.value_.object->end());
         }
+        // The last one waits on top: turned round, the first child's turn comes first.
+        std::reverse(waiting_.begin() + static_cast<std::ptrdiff_t>(mark), waiting_.end());
     }
 
     void bindElements(json::List& list, std::size_t from) {
@@ -51,6 +55,12 @@ public:
         for (; first != last; ++first) {
             attach(first->second, object.schema().property(first->first).get());
         }
+    }
+
+    /// After elements or entries were attached that no value was linked for.
+    void finishInOrder() {
+        std::reverse(waiting_.begin(), waiting_.end());
+        finish();
     }
 
     void finish() {
@@ -82,6 +92,12 @@ bool Variant::attachSchema(const qx::Url& url, const qx::Url& context) const {
     return true;
 }
 
+Variant Variant::withoutSchema() const {
+    Variant copy(*this);
+    copy.schema_.reset();
+    return copy;
+}
+
 bool Variant::validate() const { return !schema_ || schema_->validate(*this).ok(); }
 
 const Variant& Variant::markedDefault(const Schema& schema) {
@@ -110,7 +126,7 @@ const Variant& List::auto_value_for(std::uint64_t index) const {
 void List::update_schemas(std::size_t from) {
     Variant::Binding binding;
     binding.bindElements(*this, from);
-    binding.finish();
+    binding.finishInOrder();
 }
 
 // ----- Object ------------------------------------------------------------------------------------
@@ -133,7 +149,7 @@ void Object::update_schema(const iterator& entry) {
 void Object::update_schemas(iterator first, iterator last) {
     Variant::Binding binding;
     binding.bindEntries(*this, first, last);
-    binding.finish();
+    binding.finishInOrder();
 }
 
 } // namespace json

@@ -151,15 +151,17 @@ Variant Variant::newList() { return Variant(boost::intrusive_ptr<json::List>());
 
 Variant& Variant::operator=(const Variant& source) {
     if (this == &source) return *this;
-    if (!isComposite() && !source.isComposite()) {
+    if (source.holdsContainer()) {
+        // The source may lie in what is released here, or hold the very container that this lies
+        // in.
+        const Variant copy = liesDirectlyIn(source) ? source.withClonedContainer() : source;
+        release();
+        copyFrom(copy);
+    } else {
+        const Variant lifeline = holdsContainer() ? *this : Variant(); // the source may lie in it
         release();
         copyFrom(source);
-        return *this;
     }
-    // The source may lie in what is released here, or hold the very container that this lies in.
-    const Variant copy = liesDirectlyIn(source) ? source.withClonedContainer() : Variant(source);
-    release();
-    copyFrom(copy);
     return *this;
 }
 

@@ -381,6 +381,10 @@ public:
     bool operator!=(const json::Object& rhs) const;
     bool operator==(const json::List& rhs) const;
     bool operator!=(const json::List& rhs) const;
+    friend bool operator==(const json::Object& lhs, const Variant& rhs) { return rhs == lhs; }
+    friend bool operator!=(const json::Object& lhs, const Variant& rhs) { return rhs != lhs; }
+    friend bool operator==(const json::List& lhs, const Variant& rhs) { return rhs == lhs; }
+    friend bool operator!=(const json::List& lhs, const Variant& rhs) { return rhs != lhs; }
     /// @}
 
 #define GATECAST_VARIANT_COMPARISONS(op, mirrored)                                                 \
@@ -509,6 +513,7 @@ public:
 protected:
     friend class List;
     friend class Object;
+    friend class Schema;
     friend class JsonParser;
     friend class JsonPrinter;
     friend struct VariantConstants;
@@ -633,6 +638,7 @@ private:
     static void destroyWaiting(json::Object*& objects, json::List*& lists) noexcept;
     bool liesDirectlyIn(const Variant& container) const;
     Variant withClonedContainer() const;
+    Variant withoutSchema() const;
     void copyPayload(std::vector<Variant*>& children);
     void becomeString();
     int compareText(const char* text) const;

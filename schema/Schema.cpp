@@ -53,7 +53,8 @@ const Object& Schema::definition() const { return definition_.objectValue(); }
 const Schema::ValidationResult& Schema::validate(const Variant& value) const {
     ValidationResult& result = *result_;
     result.rootSchema = this;
-    result.rootValue = value;
+    // A schema that its own result holds would never be freed.
+    result.rootValue = value.withoutSchema();
     result.path = Path();
     // A schema without constraints finds no fault, and a clean result names neither schema nor
     // value.
