@@ -1,1 +1,9 @@
-# tests of the layer json: gatecast_add_tests(json_tests XTest.cpp ...)
+gatecast_add_tests(json_tests
+    DeepValueTest.cpp
+    ListTest.cpp
+    NaturalCodeTest.cpp
+    ObjectTest.cpp
+    PathTest.cpp
+    VariantLocaleTest.cpp
+    VariantSharingTest.cpp
+    VariantTest.cpp)

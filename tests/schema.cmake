@@ -1,1 +1,2 @@
-# tests of the layer schema: gatecast_add_tests(schema_tests XTest.cpp ...)
+gatecast_add_tests(schema_tests
+    ValidationResultTest.cpp)
