@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "device/GatecastConversation.h"
+#include "json/Variant.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <iosfwd>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace console {
+
+/// A person's client of a door station: obeys lines of text, and prints what the device says.
+///
+/// It has no socket, no clock and no terminal: a program connects it to them (see
+/// `WebSocketTransport`), a test drives it in process. Lines are obeyed one after another; the
+/// next one begins when the device has answered all that the last one sent. A command that the
+/// device doesn't answer is followed by the question for its version, whose answer tells that the
+/// command has arrived.
+/// Threads: one at a time.
+class Console : public qx::GatecastConversation {
+public:
+    struct Settings {
+        std::string phone = "console"; ///< the token by which the device knows this phone
+        bool script = false; ///< repeat each command in the transcript, and end at a wrong one
+    };
+    /// Carries a request to the device. It must not give back the answer before it returns.
+    using Send = std::function<void(const std::string& text)>;
+
+    /// @param out, errors  must outlive the console. Each line is written at once.
+    Console(Send send, std::ostream& out, std::ostream& errors, Settings settings);
+    ~Console() override;
+
+    // ----- What the program tells ----------------------------------------------------------------
+
+    /// The connection stands: opens, subscribes, registers.
+    void connected();
+    /// A line was typed. Blank ones and those that begin with "#" are skipped.
+    void enter(const std::string& line);
+    /// There will be no further line: quits when all are done.
+    void endOfInput();
+    /// A frame arrived.
+    void receive(const std::string& frame);
+    /// The command under way took too long.
+    void deadlinePassed();
+    /// Nothing comes any more. After `finished` it doesn't matter.
+    void connectionLost(const std::string& reason);
+
+    // ----- What the program asks -----------------------------------------------------------------
+
+    /// Whether a command waits for the device; a deadline then makes sense.
+    bool waiting() const { return waiting_; }
+    /// Changes with each command that waits.
+    std::uint64_t commandsBegun() const { return commandsBegun_; }
+    /// Whether the connection is to be closed.
+    bool finished() const { return finished_; }
+    /// 0 when every command was understood and answered, otherwise 1.
+    int exitStatus() const { return failed_ ? 1 : 0; }
+
+    /// Every response and event, after the device client has had it.
+    bool handleResponse(const json::Request& request, const json::Response& response,
+                        json::Schema::ValidationResult result) override;
+
+protected:
+    void sendJsonText(const char* text, int size) override;
+    void deviceRegistered(const qx::IntrusiveString& first, const qx::IntrusiveString& second,
+                          const qx::IntrusiveString& third) override;
+    void addresseesListed(std::map<std::string, std::string> addressees) override;
+    void singleAddressee(const qx::IntrusiveString& first, const qx::IntrusiveString& second,
+                         const qx::IntrusiveString& third) override;
+    void showMessage(const qx::IntrusiveString& text) override;
+    void mailBoxData(const json::List& result, int batch) override;
+    void mailPreviewReady(std::int64_t key, boost::shared_ptr<std::string> image) override;
+    void livePreviewReady(boost::shared_ptr<std::string> image) override;
+    void contactRegistered(const qx::IntrusiveString& contactNumber,
+                           const qx::IntrusiveString& name) override;
+    void contactNumbersListed(std::map<std::string, std::string> contactNumbers) override;
+    void singleContactNumber(const qx::IntrusiveString& contactNumber,
+                             const qx::IntrusiveString& name) override;
+
+private:
+    using Words = std::vector<std::string>;
+    /// One row of the table of commands. `run` is false when the words make no sense to it.
+    struct Command {
+        const char* name;
+        const char* parameters;
+        const char* meaning;
+        std::size_t fewest;
+        std::size_t most;
+        bool (Console::*run)(const Words& words);
+    };
+    static const std::vector<Command>& commands();
+
+    void advance();
+    void begin(const std::string& line);
+    void awaitAnswers();
+    void done();
+    void fail(const std::string& text);
+    void tell(const std::string& line);
+    void tellRegistered(const std::string& name);
+    void tellChoice(const std::string& kind, const std::string& id, const std::string& name);
+    void tellEvent(const json::Request& request, const json::Response& response);
+    std::string showing() const;
+    const qx::MailBoxEntry* messageOf(const std::string& sequence) const;
+
+    // One per command, in the order of the table.
+    bool door(const Words&);
+    bool light(const Words&);
+    bool ring(const Words&);
+    bool acknowledge(const Words&);
+    bool click(const Words&);
+    bool pan(const Words&);
+    bool center(const Words&);
+    bool zoom(const Words&);
+    bool mode(const Words&);
+    bool showLive(const Words&);
+    bool startPlay(const Words&);
+    bool stopForNow(const Words&);
+    bool registerPhone(const Words&);
+    bool mailBox(const Words&);
+    bool seen(const Words&);
+    bool erase(const Words&);
+    bool preview(const Words&);
+    bool status(const Words&);
+    bool methods(const Words&);
+    bool callMethod(const Words&);
+    bool wait(const Words&);
+    bool help(const Words&);
+    bool quit(const Words&);
+
+    Send send_;
+    std::ostream& out_;
+    std::ostream& errors_;
+    const Settings settings_;
+
+    std::deque<std::string> lines_;
+    std::string command_; // the one under way, for messages
+    bool waiting_ = false;
+    bool inputEnded_ = false;
+    bool finished_ = false;
+    bool failed_ = false;
+    std::uint64_t commandsBegun_ = 0;
+
+    std::uint64_t sent_ = 0;             // requests, to see whether a command sent one
+    std::uint64_t sentWithQuestion_ = 0; // when the question for the version had gone out
+    std::int64_t question_ = 0;          // its id, 0 for none
+    bool questionAnswered_ = false;
+    std::optional<std::string> awaited_; // the text that "wait" waits for
+
+    bool messageShown_ = false; // the device client has told the error under way
+    bool ringing_ = false;
+    std::string registeredWith_;
+    json::Variant catalogue_;                           // what "list_methods" answered
+    std::map<unsigned int, qx::MailBoxEntry> messages_; // by sequence number
+};
+
+} // namespace console

@@ -1,0 +1,478 @@
+// SPDX-License-Identifier: MIT
+#include "station/Station.h"
+
+#include "station/PreviewImage.h"
+#include "json/JsonPrinter.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+namespace station {
+
+namespace {
+
+constexpr std::size_t kRowsPerBatch = 3;
+constexpr std::int64_t kSmallestZoom = 1;
+constexpr std::int64_t kGreatestZoom = 8;
+constexpr std::int64_t kFarthestTurn = 100; // steps from the middle, to each side
+constexpr std::size_t kLongestEcho = 60;    // bytes of a peer's text in an error message
+
+template <typename... Items>
+json::Variant list_of(const Items&... items) {
+    json::Variant list = json::Variant::newList();
+    static_cast<void>((list << ... << json::Variant(items)));
+    return list;
+}
+
+/// A peer's text, quoted and cut to what fits into a message.
+std::string quoted(const std::string& text) {
+    return '"' + (text.size() > kLongestEcho ? text.substr(0, kLongestEcho) + "..." : text) + '"';
+}
+
+std::string first_line(const std::string& text) { return text.substr(0, text.find('\n')); }
+
+std::int64_t clamped(std::int64_t value, std::int64_t lowest, std::int64_t highest) {
+    return std::min(std::max(value, lowest), highest);
+}
+
+json::Variant message(std::int64_t mailBox, std::int64_t sequence, const char* sender,
+                      std::int64_t tenthsOfSeconds) {
+    json::Variant record;
+    record["mailbox_id"] = mailBox;
+    record["name_mailbox"] = mailBox == 1 ? "Front door" : "Yard";
+    record["sender_user_id"] = 100 + sequence;
+    record["name_sender"] = sender;
+    record["timestamp"] = 1700000000.0 + 3600.0 * static_cast<double>(sequence);
+    record["length_ds"] = tenthsOfSeconds;
+    record["appl_camera_id"] = mailBox == 1 ? "front" : "yard";
+    record["appl_sequence_no"] = sequence;
+    record["appl_event_index"] = 0;
+    record["rid"] = 9000 + sequence;
+    record["alarmimage"] = std::to_string(sequence) + ".jpg";
+    record["events"] = list_of("bell");
+    record["message_seen"] = false;
+    record["endfilter"] = "message " + std::to_string(sequence);
+    return record;
+}
+
+std::map<std::int64_t, json::Variant> recorded_messages() {
+    return {{1, list_of(message(1, 101, "Parcel service", 85), message(1, 102, "Bert Rowan", 42),
+                        message(1, 103, "unknown", 12), message(1, 104, "Anna Quill", 230))},
+            {2, list_of(message(2, 201, "unknown", 31))},
+            {3, json::Variant::newList()}};
+}
+
+} // namespace
+
+Station::Station(Settings settings)
+    : settings_(std::move(settings)), catalogue_(settings_.versionMajor),
+      mailBoxes_(recorded_messages()) {}
+
+// ----- Clients -------------------------------------------------------------------------------
+
+SessionId Station::connect() {
+    sessions_[++lastSession_];
+    return lastSession_;
+}
+
+void Station::disconnect(SessionId session) { sessions_.erase(session); }
+
+bool Station::isOpen(SessionId session) const {
+    const auto found = sessions_.find(session);
+    return found != sessions_.end() && found->second.open;
+}
+
+std::vector<Frame> Station::receive(SessionId session, std::string_view text) {
+    if (!isOpen(session)) return {};
+    parser_.reset();
+    const bool good = parser_.parse(text.data(), static_cast<int>(text.size()));
+    const json::Request request(parser_.parseComplete());
+    if (!good) {
+        const std::string fault = first_line(parser_.lastError());
+        send(session, json::Response(SyntaxError, "syntax error: " + fault, 0));
+    } else if (!request.isObject() || request.methodName().empty()) {
+        send(session, json::Response(NotARequest, "this isn't a request", 0));
+    } else {
+        answer(session, request, obey(sessions_[session], request));
+    }
+    return takeFrames();
+}
+
+// ----- What happens at the door --------------------------------------------------------------
+
+std::vector<Frame> Station::ring() {
+    ringing_ = true;
+    pushBell();
+    return takeFrames();
+}
+
+std::vector<Frame> Station::closeDoor() {
+    if (doorOpen_) pushState("door");
+    doorOpen_ = false;
+    return takeFrames();
+}
+
+void Station::removeAddressee(std::int64_t id) {
+    std::vector<Addressee>& book = settings_.addressBook;
+    book.erase(std::remove_if(book.begin(), book.end(),
+                              [id](const Addressee& addressee) { return addressee.id == id; }),
+               book.end());
+}
+
+// ----- From request to frames ----------------------------------------------------------------
+
+const std::map<std::string, Station::Handler>& Station::handlers() {
+    static const std::map<std::string, Handler> table = {
+        {"list_methods", &Station::listMethods},
+        {"version", &Station::version},
+        {"register_device", &Station::registerDevice},
+        {"subscription", &Station::subscription},
+        {"trigger", &Station::trigger},
+        {"bell_ack", &Station::bellAck},
+        {"ring", &Station::pressBell},
+        {"ptz_click", &Station::ptzClick},
+        {"ptz_pan", &Station::ptzPan},
+        {"ptz_zoom", &Station::ptzZoom},
+        {"display_mode", &Station::displayMode},
+        {"live", &Station::live},
+        {"pause", &Station::pause},
+        {"endfilter", &Station::endFilter},
+        {"play", &Station::play},
+        {"mailboxdata", &Station::mailBoxData},
+        {"message_delete", &Station::messageDelete},
+        {"preview_message", &Station::previewMessage},
+        {"preview_live", &Station::previewLive},
+        {"quit", &Station::quit},
+        {"list_contact_numbers", &Station::listContactNumbers},
+        {"list_addressees", &Station::listAddressees},
+        {"add_device", &Station::addDevice},
+    };
+    return table;
+}
+
+Station::Reply Station::obey(Session& session, const json::Request& request) {
+    const std::string method = request.methodName();
+    const json::Variant& record = catalogue_.find(method);
+    if (record.isNull()) {
+        // Devices of version 1 still know the name, later ones have forgotten it.
+        if (method == "list_contact_numbers" && settings_.versionMajor == 1) {
+            return {MethodWithdrawn, "withdrawn, use list_addressees"};
+        }
+        return {UnknownMethod, "unknown method " + quoted(method)};
+    }
+    const std::string fault = Catalogue::faultOf(record, request.arguments());
+    if (!fault.empty()) return {WrongParameters, method + ": " + fault};
+    return (this->*handlers().at(method))(session, request);
+}
+
+void Station::answer(SessionId to, const json::Request& request, const Reply& reply) {
+    const std::int64_t id = std::max<std::int64_t>(request.referenceId(), 0);
+    if (id == 0 && request.methodName() != "pause") return;
+    if (reply.errorCode != 0) {
+        send(to, json::Response(reply.errorCode, reply.errorText, id));
+        return;
+    }
+    std::string attachment = reply.attachment;
+    for (const json::Variant& result : reply.results) {
+        send(to, json::Response(result, id), std::exchange(attachment, {}));
+    }
+}
+
+void Station::send(SessionId to, const json::Response& response, const std::string& attachment) {
+    qx::IntrusiveString text;
+    response.print(text);
+    std::string bytes(text.c_str(), text.length() + 1); // with the zero byte that ends it
+    frames_.push_back({to, bytes + attachment});
+}
+
+void Station::pushState(const std::string& topic) { changed_.push_back(topic); }
+
+void Station::pushBell() { bellChanged_ = true; }
+
+std::vector<Frame> Station::takeFrames() {
+    for (const std::string& topic : std::exchange(changed_, {})) {
+        for (const auto& [id, session] : sessions_) {
+            const auto subscribed = session.subscriptions.find(topic);
+            if (!session.open || subscribed == session.subscriptions.end()) continue;
+            send(id, json::Response(stateOf(topic), subscribed->second));
+        }
+    }
+    if (std::exchange(bellChanged_, false)) {
+        for (const auto& [id, session] : sessions_) {
+            if (!session.open || session.registration == 0) continue;
+            send(id, json::Response(list_of("bell", ringing_), session.registration));
+        }
+    }
+    return std::exchange(frames_, {});
+}
+
+json::Variant Station::stateOf(const std::string& topic) const {
+    if (topic == "door") return list_of(doorOpen_ ? "door_open" : "door_closed");
+    if (topic == "elight") return list_of(lightOn_);
+    return list_of(view_.right, view_.up, view_.zoom);
+}
+
+const Addressee* Station::addresseeOf(std::int64_t id) const {
+    for (const Addressee& addressee : settings_.addressBook) {
+        if (addressee.id == id) return &addressee;
+    }
+    return nullptr;
+}
+
+json::Variant Station::rowOf(const Addressee& addressee) const {
+    const bool firstKind = settings_.versionMajor == 0;
+    return list_of(firstKind ? addressee.number : std::to_string(addressee.id), addressee.name,
+                   addressee.unit);
+}
+
+json::Variant* Station::findMessage(std::int64_t sequence) {
+    for (auto& [id, messages] : mailBoxes_) {
+        for (json::Variant& record : messages.listValue()) {
+            if (std::as_const(record)["appl_sequence_no"] == sequence) return &record;
+        }
+    }
+    return nullptr;
+}
+
+std::size_t Station::viewersNow() const {
+    return static_cast<std::size_t>(
+        std::count_if(sessions_.begin(), sessions_.end(), [](const auto& entry) {
+            return entry.second.open && entry.second.showing == Showing::Live;
+        }));
+}
+
+// ----- One handler per method; the parameters are as the catalogue wants them ------------------
+
+Station::Reply Station::listMethods(Session&, const json::Request&) { return catalogue_.records(); }
+
+Station::Reply Station::version(Session&, const json::Request&) {
+    json::Variant result;
+    result["version_major"] = settings_.versionMajor;
+    result["version_minor"] = settings_.versionMinor;
+    return result;
+}
+
+Station::Reply Station::registerDevice(Session& session, const json::Request& request) {
+    if (settings_.addressBook.empty()) return {SetupIncomplete, "nobody is in the address book"};
+    const std::string token = request.arguments()[0];
+    const auto phone = phones_.find(token);
+    if (phone == phones_.end()) return {UnknownPhone, "this phone isn't known"};
+    const Addressee* addressee = addresseeOf(phone->second.addressee);
+    if (addressee == nullptr) return {AddresseeGone, "the addressee of this phone is gone"};
+    session.registration = request.referenceId();
+    if (session.phone == token) return {RegisteredAlready, "this phone is registered already"};
+    session.phone = token;
+    return list_of(rowOf(*addressee));
+}
+
+Station::Reply Station::subscription(Session& session, const json::Request& request) {
+    const std::string topic = request.arguments()[0];
+    if (!request.arguments()[1].booleanValue()) {
+        session.subscriptions.erase(topic);
+    } else if (request.referenceId() > 0) {
+        session.subscriptions[topic] = request.referenceId();
+    }
+    return stateOf(topic);
+}
+
+Station::Reply Station::trigger(Session&, const json::Request& request) {
+    const std::string what = request.arguments()[0];
+    if (what == "door") {
+        doorOpen_ = true;
+    } else {
+        lightOn_ = !lightOn_;
+    }
+    pushState(what);
+    return json::Variant(true);
+}
+
+Station::Reply Station::bellAck(Session&, const json::Request&) {
+    const bool wasRinging = std::exchange(ringing_, false);
+    pushBell();
+    return json::Variant(wasRinging);
+}
+
+Station::Reply Station::pressBell(Session&, const json::Request&) {
+    ringing_ = true;
+    pushBell();
+    return json::Variant(true);
+}
+
+Station::Reply Station::ptzClick(Session&, const json::Request& request) {
+    // The middle of the picture is 500, 500; its edge is 10 steps away, and nearer when zoomed in.
+    const json::List& point = request.arguments();
+    const std::int64_t thousandthsPerStep = 50 * view_.zoom;
+    const std::int64_t right = (point[0].integerValue() - 500) / thousandthsPerStep;
+    const std::int64_t up = (500 - point[1].integerValue()) / thousandthsPerStep;
+    view_.right = clamped(view_.right + right, -kFarthestTurn, kFarthestTurn);
+    view_.up = clamped(view_.up + up, -kFarthestTurn, kFarthestTurn);
+    if (point[2].booleanValue()) view_.zoom = std::min(view_.zoom + 1, kGreatestZoom);
+    pushState("view");
+    return stateOf("view");
+}
+
+Station::Reply Station::ptzPan(Session&, const json::Request& request) {
+    const json::List& steps = request.arguments();
+    const View from = steps[2].booleanValue() ? view_ : View{0, 0, view_.zoom};
+    view_.right = clamped(from.right + steps[0].integerValue(), -kFarthestTurn, kFarthestTurn);
+    view_.up = clamped(from.up + steps[1].integerValue(), -kFarthestTurn, kFarthestTurn);
+    pushState("view");
+    return stateOf("view");
+}
+
+Station::Reply Station::ptzZoom(Session&, const json::Request& request) {
+    const std::int64_t zoom = request.arguments()[0].integerValue();
+    const std::int64_t from = request.arguments()[1].booleanValue() ? view_.zoom : 0;
+    view_.zoom = clamped(from + zoom, kSmallestZoom, kGreatestZoom);
+    pushState("view");
+    return stateOf("view");
+}
+
+Station::Reply Station::displayMode(Session&, const json::Request& request) {
+    displayMode_ = request.arguments()[0].charsValue();
+    return json::Variant(displayMode_);
+}
+
+Station::Reply Station::live(Session& session, const json::Request&) {
+    if (session.showing != Showing::Live && viewersNow() >= settings_.viewers) {
+        return {Busy, "all live views are taken"};
+    }
+    session.showing = Showing::Live;
+    session.paused = false;
+    json::Variant result;
+    result["mode"] = displayMode_;
+    result["size"] = list_of(640, 480);
+    result["fps"] = 25;
+    return result;
+}
+
+Station::Reply Station::pause(Session& session, const json::Request&) {
+    session.paused = session.showing != Showing::Nothing;
+    json::Variant result;
+    result["paused"] = session.paused;
+    return result;
+}
+
+Station::Reply Station::endFilter(Session& session, const json::Request& request) {
+    session.endFilter = request.arguments()[0].charsValue();
+    return json::Variant(session.endFilter);
+}
+
+Station::Reply Station::play(Session& session, const json::Request& request) {
+    const json::List& params = request.arguments();
+    json::Variant result;
+    if (params[0].isString()) {
+        // TIME@SEQUENCE, "E", INDEX: the sequence number tells the message.
+        const std::string position = params[0];
+        const std::size_t at = position.find('@');
+        const std::int64_t sequence =
+            at == std::string::npos ? -1 : std::strtoll(position.c_str() + at + 1, nullptr, 10);
+        if (findMessage(sequence) == nullptr) {
+            return {UnknownMessage, "no message at " + quoted(position)};
+        }
+        result["message"] = sequence;
+    } else if (params.size() >= 3) {
+        result["start"] = params[0].realValue();
+        result["end"] = params[2].realValue();
+    }
+    session.showing = Showing::Playback;
+    session.paused = false;
+    result["mode"] = displayMode_;
+    if (!session.endFilter.empty()) result["endfilter"] = session.endFilter;
+    return result;
+}
+
+Station::Reply Station::mailBoxData(Session&, const json::Request& request) {
+    const auto box = mailBoxes_.find(request.arguments()[0].integerValue());
+    if (box == mailBoxes_.end()) return {UnknownMessage, "there is no such mail box"};
+    std::vector<json::Variant> batches(1, json::Variant::newList());
+    for (const json::Variant& record : std::as_const(box->second).listValue()) {
+        batches.back() << record;
+        if (batches.back().size() == kRowsPerBatch) batches.push_back(json::Variant::newList());
+    }
+    return batches;
+}
+
+Station::Reply Station::messageDelete(Session&, const json::Request& request) {
+    const json::List& params = request.arguments();
+    json::Variant* record = findMessage(params[0].integerValue());
+    if (record == nullptr || std::as_const(*record)["appl_event_index"] != params[1]) {
+        return {UnknownMessage, "there is no such message"};
+    }
+    if (params.size() == 3) {
+        (*record)["message_seen"] = params[2];
+        return json::Variant(true);
+    }
+    json::List& messages =
+        mailBoxes_.at(std::as_const(*record)["mailbox_id"].integerValue()).listValue();
+    messages.remove(static_cast<std::size_t>(messages.indexOf(record)));
+    return json::Variant(true);
+}
+
+Station::Reply Station::previewMessage(Session&, const json::Request& request) {
+    const std::int64_t recordId = request.arguments()[0].integerValue();
+    for (const auto& [id, messages] : mailBoxes_) {
+        for (const json::Variant& record : messages.listValue()) {
+            if (record["rid"] != recordId) continue;
+            json::Variant result;
+            result["blocks_follow"] = 1;
+            Reply reply(result);
+            reply.attachment = previewImage("message " + std::to_string(recordId));
+            return reply;
+        }
+    }
+    return {UnknownMessage, "there is no such message"};
+}
+
+Station::Reply Station::previewLive(Session&, const json::Request&) {
+    json::Variant result;
+    result["blocks_follow"] = 1;
+    Reply reply(result);
+    reply.attachment = previewImage("live view");
+    return reply;
+}
+
+Station::Reply Station::quit(Session& session, const json::Request&) {
+    session.open = false;
+    return json::Variant();
+}
+
+Station::Reply Station::listContactNumbers(Session&, const json::Request&) {
+    json::Variant rows = json::Variant::newList();
+    for (const Addressee& addressee : settings_.addressBook) {
+        json::Variant row;
+        row["contact_number"] = addressee.number;
+        row["name"] = addressee.name;
+        rows << row;
+    }
+    return rows;
+}
+
+Station::Reply Station::listAddressees(Session&, const json::Request&) {
+    json::Variant rows = json::Variant::newList();
+    for (const Addressee& addressee : settings_.addressBook) {
+        rows << rowOf(addressee);
+    }
+    return rows;
+}
+
+Station::Reply Station::addDevice(Session& session, const json::Request& request) {
+    const json::List& params = request.arguments();
+    const std::string token = params[0];
+    const bool firstKind = settings_.versionMajor == 0;
+    const json::Variant& wanted = firstKind ? params[1] : params[1][0];
+    for (const Addressee& addressee : settings_.addressBook) {
+        // A text equals a string only, and an integer is read from anything: both are safe here.
+        if (firstKind ? !(wanted == addressee.number) : wanted.integerValue() != addressee.id) {
+            continue;
+        }
+        phones_[token] = Phone{addressee.id, params[2].charsValue()};
+        session.phone = token;
+        session.registration = std::max<std::int64_t>(request.referenceId(), 0);
+        return list_of(rowOf(addressee));
+    }
+    return {UnknownAddressee, "there is no addressee " + quoted(wanted)};
+}
+
+} // namespace station
