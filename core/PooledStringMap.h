@@ -11,6 +11,17 @@
 
 namespace qx {
 
+namespace detail {
+
+/// What a missing entry gets from its default: the default itself. A type whose copies share what
+/// they hold says otherwise by a function of this name in its own namespace.
+template <typename T>
+const T& entry_from_default(const T& value) {
+    return value;
+}
+
+} // namespace detail
+
 /// A multimap from interned strings to values.
 ///
 /// Entries of one key stand together in order of insertion, and lookups answer the first. Keys are
@@ -210,7 +221,8 @@ private:
         const iterator entry = find(key);
         if (entry != end()) return entry->second;
         const Key& interned = pool_->intern(key);
-        return insert_new(interned, auto_value_for(interned))->second;
+        using detail::entry_from_default;
+        return insert_new(interned, entry_from_default(auto_value_for(interned)))->second;
     }
 
     Table table_;

@@ -101,7 +101,7 @@ List& List::operator+=(const List& rhs) {
 Variant& List::at(std::size_t index) {
     makeRoom(index);
     while (size() <= index) {
-        appendLinked(auto_value_for(size()));
+        appendLinked(entry_from_default(auto_value_for(size())));
     }
     return elements_[index];
 }
@@ -160,7 +160,7 @@ void List::insert(const Variant& value, std::size_t index) {
     const Variant copy(value); // may be an element, which moves as the list grows
     const std::size_t place = std::min(index, size());
     while (place + 1 < size()) {
-        appendLinked(auto_value_for(size()));
+        appendLinked(entry_from_default(auto_value_for(size())));
     }
     update_parent(elements_.insert(begin() + static_cast<std::ptrdiff_t>(place), copy));
 }

@@ -112,6 +112,7 @@ protected:
     friend class Path;
     friend class JsonParser;
     friend class JsonPrinter;
+    friend class Schema;
 
     /// Adds an entry without a lookup; a key that is present gets a further one. The key must be
     /// interned.

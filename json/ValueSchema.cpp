@@ -4,14 +4,35 @@
 #include "json/Variant.h"
 
 #include <algorithm>
+#include <iostream>
+#include <utility>
 #include <vector>
 
 namespace json {
 
 void intrusive_ptr_add_ref(Schema* schema) { schema->intrusive_add_ref(); }
 
+namespace {
+
+/// The schemas that lost their last pointer while another one is being destroyed. They wait in a
+/// list linked through themselves: a peer shapes the depth, so nothing may recurse over it.
+thread_local Schema** waiting_schemas = nullptr;
+
+} // namespace
+
 void intrusive_ptr_release(Schema* schema) {
-    if (schema->intrusive_release()) delete schema;
+    if (!schema->intrusive_release()) return;
+    if (waiting_schemas != nullptr) {
+        schema->nextDisposed_ = std::exchange(*waiting_schemas, schema);
+        return;
+    }
+    waiting_schemas = &schema;
+    while (schema != nullptr) {
+        Schema* next = schema;
+        schema = std::exchange(next->nextDisposed_, nullptr);
+        delete next;
+    }
+    waiting_schemas = nullptr;
 }
 
 /// Carries schemas down a tree. Values that wait for their turn stand in a list: a peer shapes the
@@ -100,10 +121,39 @@ Variant Variant::withoutSchema() const {
 
 bool Variant::validate() const { return !schema_ || schema_->validate(*this).ok(); }
 
+const Schema& Variant::createPrivateSchema(const qx::IntrusiveString& key) const {
+    Variant definition = (*this)[key];
+    if (definition.isNull()) return Schema::Empty;
+    boost::intrusive_ptr<Schema> schema;
+    if (definition.isString()) {
+        schema = Schema::resolve(definition.charsValue(), qx::Url());
+    } else if (definition.isObject()) {
+        if (definition.contains("schema")) definition = std::as_const(definition)["schema"];
+        const boost::intrusive_ptr<Schema> meta =
+            Schema::resolve(Schema::metaSchemaUrl(definition), qx::Url());
+        if (meta && !meta->validate(definition).ok()) {
+            std::cerr << "error reading private schema\n" << meta->validationResult() << '\n';
+            return Schema::Empty;
+        }
+        schema = new Schema(definition, qx::Url());
+    }
+    attachSchema(schema);
+    return this->schema();
+}
+
 const Variant& Variant::markedDefault(const Schema& schema) {
-    const Variant& value = schema.autoValue();
+    const Variant& value = markedTwin(schema.autoValue());
     if (!value.autoValue()) value.setAutoValue(true);
     return value;
+}
+
+Variant entry_from_default(const Variant& value) {
+    // Bound places write into the payload that they hold: it must be neither the document's nor a
+    // constant's.
+    if (value.isString()) return Variant(value.stringValue());
+    if (value.isObject()) return Variant(value.objectPtr()).deepCopy();
+    if (value.isList()) return Variant(value.listPtr()).deepCopy();
+    return Variant(value);
 }
 
 void Variant::attach_owner() const {

@@ -507,6 +507,13 @@ public:
     void attachSchema(boost::intrusive_ptr<Schema> schema) const;
     /// Binds the registered schema of that URL. False, and nothing changes, when there is none.
     bool attachSchema(const qx::Url& url, const qx::Url& context) const;
+    /// Binds the schema that the value carries itself in its member `key`: the URL of a registered
+    /// one, a document, or an object that has the document in its member "schema". Answers the
+    /// schema then bound. A document is checked first if its meta-schema is registered.
+    /// Bad input: without the member, or with a document that fails its check (which is told on
+    /// `std::cerr`), nothing changes and the answer is `json::Schema::Empty`; an unknown URL and a
+    /// member of another type unbind the value.
+    const Schema& createPrivateSchema(const qx::IntrusiveString& key) const;
     /// Whether the value satisfies its schema; true when it has none.
     bool validate() const;
 
@@ -643,6 +650,7 @@ private:
     void becomeString();
     int compareText(const char* text) const;
     static const Variant& markedDefault(const Schema& schema);
+    static const Variant& markedTwin(const Variant& constant);
     const Variant& elementAt(std::uint64_t index) const;
     Variant& elementForWriting(std::uint64_t index);
 
@@ -655,6 +663,10 @@ private:
 
 /// Writes compact JSON.
 GATECAST_EXPORT std::ostream& operator<<(std::ostream& out, const Variant& value);
+
+/// What a missing element gets from its default: a copy that shares no payload with it, so that
+/// writing to the element reaches neither a schema's document nor a constant.
+GATECAST_EXPORT Variant entry_from_default(const Variant& value);
 
 static_assert(sizeof(Variant) == 5 * sizeof(void*), "a value is five machine words");
 

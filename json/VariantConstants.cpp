@@ -5,7 +5,8 @@
 
 namespace json {
 
-/// The eight constants, each with its text printed, so that reading them writes nothing.
+/// The eight constants, each with its text printed, so that reading them writes nothing. Behind
+/// them the twins of those that a schema may answer as a default: equal, and marked as auto values.
 struct VariantConstants {
     const Variant empty{Variant(), false};
     const Variant null{Variant(), false};
@@ -15,6 +16,11 @@ struct VariantConstants {
     const Variant emptyString{Variant(""), false};
     const Variant emptyList{Variant::newList(), false};
     const Variant emptyObject{Variant::newObject(), false};
+
+    const Variant autoFalse{Variant(false), true};
+    const Variant autoEmptyString{Variant(""), true};
+    const Variant autoEmptyList{Variant::newList(), true};
+    const Variant autoEmptyObject{Variant::newObject(), true};
 };
 
 namespace {
@@ -46,5 +52,15 @@ const Variant& Variant::False = place.constants.isFalse;
 const Variant& Variant::EmptyString = place.constants.emptyString;
 const Variant& Variant::EmptyList = place.constants.emptyList;
 const Variant& Variant::EmptyObject = place.constants.emptyObject;
+
+/// The marked twin of a constant, any other value itself: constants never change, not even a mark.
+const Variant& Variant::markedTwin(const Variant& constant) {
+    const VariantConstants& constants = place.constants;
+    if (&constant == &constants.isFalse) return constants.autoFalse;
+    if (&constant == &constants.emptyString) return constants.autoEmptyString;
+    if (&constant == &constants.emptyList) return constants.autoEmptyList;
+    if (&constant == &constants.emptyObject) return constants.autoEmptyObject;
+    return constant;
+}
 
 } // namespace json

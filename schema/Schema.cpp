@@ -2,10 +2,15 @@
 #include "schema/Schema.h"
 
 #include "core/detail/NeverDestroyed.h"
+#include "json/JsonParser.h"
 
+#include <limits>
 #include <new>
+#include <utility>
 
 namespace json {
+
+// ----- Shared schemas ----------------------------------------------------------------------------
 
 namespace {
 
@@ -34,63 +39,342 @@ struct Builder {
 // library is linked statically.
 [[gnu::init_priority(102)]] Builder builder;
 
+/// The words of a document, interned once.
+struct Keywords {
+    using Key = boost::intrusive_ptr<qx::IntrusiveString>;
+
+    const Key id = key("id");
+    const Key ref = key("$ref");
+    const Key type = key("type");
+    const Key enumeration = key("enum");
+    const Key properties = key("properties");
+    const Key additionalProperties = key("additionalProperties");
+    const Key items = key("items");
+    const Key additionalItems = key("additionalItems");
+    const Key disallow = key("disallow");
+    const Key format = key("format");
+    const Key extends = key("extends");
+    const Key dependencies = key("dependencies");
+    const Key minimum = key("minimum");
+    const Key maximum = key("maximum");
+    const Key exclusiveMinimum = key("exclusiveMinimum");
+    const Key exclusiveMaximum = key("exclusiveMaximum");
+    const Key divisibleBy = key("divisibleBy");
+    const Key minItems = key("minItems");
+    const Key maxItems = key("maxItems");
+    const Key uniqueItems = key("uniqueItems");
+    const Key minLength = key("minLength");
+    const Key maxLength = key("maxLength");
+    const Key description = key("description");
+    const Key title = key("title");
+    const Key defaultValue = key("default");
+    const Key required = key("required");
+    const Key optional = key("optional");
+
+private:
+    static Key key(const char* text) { return Object::key_pool().intern(text); }
+};
+
+const Keywords& keywords() {
+    static const qx::detail::NeverDestroyed<Keywords> words;
+    return *words;
+}
+
 } // namespace
 
 const boost::intrusive_ptr<Schema>& Schema::NullPtr = null_pointer;
 const Schema& Schema::Empty = empty_place.content;
 const boost::intrusive_ptr<Schema>& Schema::EmptyPtr = empty_pointer_place.content;
 
-Schema::Schema() : definition_(Variant::newObject()), result_(new ValidationResult) {}
+// ----- Loading -----------------------------------------------------------------------------------
+
+/// The children that were created but not loaded yet, level by level: a peer shapes the depth of a
+/// document, so nothing may recurse over it. A child is loaded and registered with all that lies
+/// below it before the next one.
+class Schema::Loading {
+public:
+    void add(const boost::intrusive_ptr<Schema>& child, bool shouldImport) {
+        levels_.back().children.push_back({child, shouldImport});
+    }
+
+    void run(Schema& root) {
+        enter(root);
+        while (!levels_.empty()) {
+            Level& level = levels_.back();
+            if (level.next < level.children.size()) {
+                enter(*level.children[level.next++].schema);
+            } else {
+                levels_.pop_back();
+                if (!levels_.empty()) finishChild(levels_.back());
+            }
+        }
+    }
+
+    struct Child {
+        boost::intrusive_ptr<Schema> schema;
+        bool shouldImport;
+    };
+
+    static void registerChild(const Child& child) {
+        if (child.shouldImport && !child.schema->id_.empty()) Schema::import(child.schema);
+    }
+
+private:
+    struct Level {
+        std::vector<Child> children;
+        std::size_t next = 0;
+    };
+
+    void enter(Schema& schema) {
+        levels_.emplace_back();
+        schema.loadKeywords(*this);
+    }
+
+    static void finishChild(const Level& level) { registerChild(level.children[level.next - 1]); }
+
+    std::vector<Level> levels_;
+};
+
+void Schema::init() { Loading().run(*this); }
+
+void Schema::loadKeywords(Loading& loading) {
+    const Keywords& words = keywords();
+    id_ = qx::Url(text(words.id).c_str());
+    ref_ = qx::Url(text(words.ref).c_str());
+
+    const Variant& type = keyword(words.type);
+    types_ = type.isNull() ? AnyType : parse_types(type, &complexTypes_, &loading);
+
+    const Object& document = definition();
+    if (document.contains(words.enumeration)) values_ = document[words.enumeration].listPtr();
+
+    const Variant& properties = keyword(words.properties);
+    for (const auto& [key, value] : properties.objectValue()) {
+        properties_.setValue(key, create_child(value, true, &loading));
+    }
+
+    const Variant& additionalProperties = keyword(words.additionalProperties);
+    if (additionalProperties.isObject()) {
+        additionalSchema_ = create_child(additionalProperties, true, &loading);
+    }
+    additionalAllowed_ = !additionalProperties.isBoolean() || additionalProperties.booleanValue();
+
+    const Variant& items = keyword(words.items);
+    if (items.isObject()) items_.push_back(create_child(items, true, &loading));
+    for (const Variant& item : items.listValue()) {
+        items_.push_back(create_child(item, true, &loading));
+    }
+    additionalItems_ = !items.isList();
+
+    const Variant& additionalItems = keyword(words.additionalItems);
+    if (additionalItems.isObject()) {
+        items_.push_back(create_child(additionalItems, true, &loading));
+        additionalItems_ = true;
+    } else if (additionalItems.isBoolean()) {
+        additionalItems_ = additionalItems.booleanValue();
+    }
+
+    // Intended: objects in the list are dropped.
+    // Held by SchemaLoading.DisallowDropsTheObjectsOfItsList.
+    disallowed_ = parse_types(keyword(words.disallow), nullptr);
+    stringFormat_ = parse_format(text(words.format));
+
+    // Intended: a schema object in the place of a URL becomes the URL of its text, which leads
+    // nowhere. Held by SchemaLoading.ExtendsTakesTheTextOfWhateverStandsThereAsAUrl.
+    const Variant& extends = keyword(words.extends);
+    if (extends.isList()) {
+        for (const Variant& url : extends.listValue()) {
+            extended_.emplace_back(url.charsValue());
+        }
+    } else if (extends.booleanValue()) {
+        extended_.emplace_back(extends.charsValue());
+    }
+
+    const Variant& dependencies = keyword(words.dependencies);
+    for (const auto& [key, value] : dependencies.objectValue()) {
+        if (value.isObject()) {
+            schemaDependencies_.setValue(key, create_child(value, true, &loading));
+        } else {
+            valueDependencies_.setValue(key, value);
+        }
+    }
+    // Intended: "requires" has no effect.
+    // Held by SchemaCheck.RequiresHasNoEffect.
+}
+
+Schema::TypeSet Schema::parse_types(const Variant& value,
+                                    std::vector<boost::intrusive_ptr<Schema>>* complex,
+                                    Loading* loading) const {
+    if (value.isString()) return type_from_string(value.stringValue());
+    TypeSet types;
+    for (const Variant& entry : value.listValue()) {
+        if (entry.isString()) {
+            types |= type_from_string(entry.stringValue());
+        } else if (entry.isObject() && complex != nullptr) {
+            complex->push_back(create_child(entry, true, loading));
+        }
+    }
+    return types;
+}
+
+boost::intrusive_ptr<Schema> Schema::create_child(const Variant& value, bool shouldImport,
+                                                  Loading* loading) const {
+    boost::intrusive_ptr<Schema> child(new Schema(Unloaded(), value.objectPtr(), absoluteUrl()));
+    if (loading != nullptr) {
+        loading->add(child, shouldImport);
+    } else {
+        child->init();
+        Loading::registerChild({child, shouldImport});
+    }
+    return child;
+}
+
+// ----- Construction ------------------------------------------------------------------------------
+
+Schema::Schema(Unloaded, boost::intrusive_ptr<Object> definition, const qx::Url& context)
+    : definition_(std::move(definition)), context_(context) {}
+
+Schema::Schema() : Schema(Unloaded(), new Object, qx::Url()) { init(); }
+
+Schema::Schema(const Variant& value, const qx::Url& context)
+    : Schema(Unloaded(), value.objectPtr(), context) {
+    init();
+}
+
+// A tree isn't const here: the text of no object becomes a new one, never a shared one.
+Schema::Schema(std::istream* stream)
+    : Schema(Unloaded(), JsonParser::parseTree(stream, -1).objectPtr(), qx::Url()) {
+    init();
+}
+
+Schema::Schema(const std::string& text)
+    : Schema(Unloaded(), JsonParser::parseTree(text).objectPtr(), qx::Url()) {
+    init();
+}
+
+Schema::Schema(const char* text, int length)
+    : Schema(Unloaded(), JsonParser::parseTree(text, length).objectPtr(), qx::Url()) {
+    init();
+}
+
+Schema::Schema(const Schema& other) : Schema(Unloaded(), other.definition_, qx::Url()) {
+    init_from(other);
+}
+
+Schema& Schema::operator=(const Schema& other) {
+    if (this == &other) return *this;
+    const Schema copy(other); // it may be a child of this schema
+    definition_ = copy.definition_;
+    init_from(copy);
+    return *this;
+}
+
+Schema& Schema::operator=(const Variant& value) {
+    definition_ = value.objectPtr();
+    // Intended: nothing is cleared before.
+    // Held by SchemaLoading.AssigningAValueKeepsWhatTheEarlierDocumentAppended.
+    init();
+    return *this;
+}
+
+void Schema::init_from(const Schema& other) {
+    id_ = other.id_;
+    context_ = other.context_;
+    ref_ = other.ref_;
+    extended_ = other.extended_;
+    types_ = other.types_;
+    complexTypes_ = other.complexTypes_;
+    values_ = other.values_;
+    properties_ = other.properties_;
+    additionalAllowed_ = other.additionalAllowed_;
+    additionalSchema_ = other.additionalSchema_;
+    items_ = other.items_;
+    additionalItems_ = other.additionalItems_;
+    disallowed_ = other.disallowed_;
+    valueDependencies_ = other.valueDependencies_;
+    schemaDependencies_ = other.schemaDependencies_;
+    stringFormat_ = other.stringFormat_;
+}
 
 Schema::~Schema() = default;
 
+// ----- The document ------------------------------------------------------------------------------
+
+const Variant& Schema::prop(const char* key, const Variant& defaultValue) const {
+    const auto entry = definition().find(key);
+    return entry != definition().end() ? entry->second : defaultValue;
+}
+
+const Variant& Schema::keyword(const Key& key) const {
+    const auto entry = definition().find(key);
+    return entry != definition().end() ? entry->second : definition().auto_value_for(key);
+}
+
+const qx::IntrusiveString& Schema::text(const Key& key) const {
+    const Variant& value = keyword(key);
+    // The text of a null is empty; the constant has it at hand.
+    return (value.isNull() ? Variant::EmptyString : value).stringValue();
+}
+
+std::int64_t Schema::number(const Key& key, std::int64_t without) const {
+    const auto entry = definition().find(key);
+    return entry != definition().end() ? entry->second.integerValue() : without;
+}
+
 bool Schema::empty() const { return definition().empty(); }
 
-const Object& Schema::definition() const { return definition_.objectValue(); }
+qx::Url Schema::absoluteUrl() const { return id_ % context_; }
 
-// ----- Checks ------------------------------------------------------------------------------------
+const List& Schema::values() const { return values_ ? *values_ : Variant::EmptyList.listValue(); }
 
-const Schema::ValidationResult& Schema::validate(const Variant& value) const {
-    ValidationResult& result = *result_;
-    result.rootSchema = this;
-    // A schema that its own result holds would never be freed.
-    result.rootValue = value.withoutSchema();
-    result.path = Path();
-    // A schema without constraints finds no fault, and a clean result names neither schema nor
-    // value.
-    result.code = NoError;
-    result.schema = nullptr;
-    result.value = Variant::Empty;
-    result.detail = Variant::Empty;
-    return result;
+std::int64_t Schema::minimum() const {
+    return number(keywords().minimum, std::numeric_limits<std::int64_t>::min());
 }
 
-const Schema::ValidationResult& Schema::validate(const Variant* value) const {
-    return validate(value != nullptr ? *value : Variant::Empty);
+std::int64_t Schema::maximum() const {
+    return number(keywords().maximum, std::numeric_limits<std::int64_t>::max());
 }
 
-const Schema::ValidationResult& Schema::validationResult() const { return *result_; }
+std::int64_t Schema::divisibleBy() const { return number(keywords().divisibleBy, 0); }
 
-// ----- Children and defaults ---------------------------------------------------------------------
-
-boost::intrusive_ptr<Schema> Schema::at(std::size_t) const { return EmptyPtr; }
-
-boost::intrusive_ptr<Schema> Schema::property(const qx::IntrusiveString&) const { return EmptyPtr; }
-
-boost::intrusive_ptr<Schema>
-Schema::property(const boost::intrusive_ptr<qx::IntrusiveString>&) const {
-    return EmptyPtr;
+// The integer -1 is the largest unsigned number.
+std::uint64_t Schema::minItems() const {
+    return static_cast<std::uint64_t>(number(keywords().minItems, 0));
 }
 
-const Variant& Schema::autoValue() const { return Variant::EmptyAutoValue; }
-
-// ----- Registry ----------------------------------------------------------------------------------
-
-boost::intrusive_ptr<Schema> Schema::resolve(const qx::Url&, const qx::Url&) { return NullPtr; }
-
-const qx::Url& Schema::applicationSchemaBaseUrl() {
-    static const qx::detail::NeverDestroyed<qx::Url> url("http://schemas.gatecast.example");
-    return *url;
+std::uint64_t Schema::maxItems() const {
+    return static_cast<std::uint64_t>(number(keywords().maxItems, -1));
 }
+
+std::uint64_t Schema::minStringLength() const {
+    return static_cast<std::uint64_t>(number(keywords().minLength, 0));
+}
+
+std::uint64_t Schema::maxStringLength() const {
+    return static_cast<std::uint64_t>(number(keywords().maxLength, -1));
+}
+
+const qx::IntrusiveString& Schema::description() const { return text(keywords().description); }
+const qx::IntrusiveString& Schema::title() const { return text(keywords().title); }
+const qx::IntrusiveString& Schema::format() const { return text(keywords().format); }
+
+const Variant& Schema::defaultValue() const { return keyword(keywords().defaultValue); }
+
+bool Schema::isRequired() const {
+    const Variant& required = keyword(keywords().required);
+    if (required.isBoolean()) return required.booleanValue();
+    const Variant& optional = keyword(keywords().optional);
+    return optional.isBoolean() && !optional.booleanValue();
+}
+
+bool Schema::exclusiveMinimum() const {
+    return keyword(keywords().exclusiveMinimum).booleanValue();
+}
+
+bool Schema::exclusiveMaximum() const {
+    return keyword(keywords().exclusiveMaximum).booleanValue();
+}
+
+bool Schema::uniqueItems() const { return keyword(keywords().uniqueItems).booleanValue(); }
 
 } // namespace json

@@ -51,7 +51,7 @@ std::ostream& operator<<(std::ostream& out, const Schema::ValidationResult& resu
     if (result.value.booleanValue()) out << " = " << result.value << '\n';
     out << '\n';
     if (result.schema != nullptr) {
-        out << "violates schema: \n" << Variant(result.schema->definition()) << '\n';
+        out << "violates schema: \n" << result.schema->definition() << '\n';
     }
     return out;
 }

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: MIT
+#include "core/detail/NeverDestroyed.h"
+#include "schema/Schema.h"
+#include "json/JsonParser.h"
+
+#include <iostream>
+#include <utility>
+
+namespace json {
+
+namespace {
+
+/// A reference that leads to a reference, and so on: past this many they lead nowhere.
+constexpr int kReferenceHops = 1000;
+
+} // namespace
+
+// ----- The registry ------------------------------------------------------------------------------
+
+Schema::SchemaMap& Schema::global_schemas() {
+    static qx::detail::NeverDestroyed<SchemaMap> schemas;
+    return *schemas;
+}
+
+boost::intrusive_ptr<Schema> Schema::resolve(const qx::Url& url, const qx::Url& context) {
+    const SchemaMap& schemas = const_global_schemas();
+    const auto entry = context.empty() ? schemas.find(url) : schemas.find(url % context);
+    return entry != schemas.end() ? entry->second : NullPtr;
+}
+
+void Schema::import(const qx::Url& url, boost::intrusive_ptr<Schema> schema) {
+    SchemaMap& schemas = global_schemas();
+    if (schemas.contains(url)) std::cerr << "warning: overwriting schema " << url << '\n';
+    std::cout << "importing schema: " << url << '\n';
+    schemas.setValue(static_cast<const char*>(url), schema);
+}
+
+bool Schema::import(boost::intrusive_ptr<Schema> schema) {
+    if (!schema) return false;
+    const qx::Url url = schema->absoluteUrl();
+    if (url.empty()) {
+        std::cerr << "warning: could not import, missing 'id'\n" << schema->definition() << '\n';
+        return false;
+    }
+    import(url, std::move(schema));
+    return true;
+}
+
+namespace {
+
+bool import_document(const Variant& document) {
+    if (!document.isObject()) return false;
+    const boost::intrusive_ptr<Schema> meta =
+        Schema::resolve(Schema::metaSchemaUrl(document), qx::Url());
+    if (meta) {
+        const Schema::ValidationResult& result = meta->validate(document);
+        if (!result.ok()) {
+            std::cerr << "while importing: " << document << "\n\n" << result;
+            return false;
+        }
+    }
+    return Schema::import(new Schema(document, qx::Url()));
+}
+
+} // namespace
+
+bool Schema::import(const Variant& value) {
+    // Lists may lie in lists, as deep as the peer who wrote them likes.
+    struct Level {
+        boost::intrusive_ptr<List> list;
+        std::size_t next;
+    };
+    if (!value.isList()) return import_document(value);
+    std::vector<Level> levels{{value.listPtr(), 0}};
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        if (level.next == level.list->size()) {
+            levels.pop_back();
+            continue;
+        }
+        const Variant& item = std::as_const(*level.list)[level.next++];
+        if (item.isList()) {
+            levels.push_back({item.listPtr(), 0});
+        } else if (!import_document(item)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Schema::import(std::istream* stream) {
+    JsonParser parser;
+    if (!parser.parse(stream, -1)) {
+        std::cerr << parser.lastError() << "\n\n";
+        return false;
+    }
+    return import(parser.parseComplete());
+}
+
+const qx::Url& Schema::applicationSchemaBaseUrl() {
+    static const qx::detail::NeverDestroyed<qx::Url> url("http://schemas.gatecast.example");
+    return *url;
+}
+
+qx::Url Schema::metaSchemaUrl(const Variant& value) {
+    static const qx::detail::NeverDestroyed<qx::Url> draft03(
+        "http://json-schema.org/draft-03/schema#");
+    const Variant& named = value["$schema"];
+    if (named.isNull()) return *draft03;
+    const qx::IntrusiveString& text = named.stringValue();
+    return text.empty() ? *draft03 : qx::Url(text.c_str());
+}
+
+// ----- Places below ------------------------------------------------------------------------------
+
+/// The node that this one stands for: itself, or where its references lead; null when that is
+/// nowhere. `held` keeps the node.
+const Schema* Schema::referred(boost::intrusive_ptr<Schema>& held) const {
+    const Schema* node = this;
+    for (int hops = 0; !node->ref_.empty(); ++hops) {
+        boost::intrusive_ptr<Schema> next = resolve(node->ref_, node->context_);
+        if (!next || hops == kReferenceHops) return nullptr;
+        held = std::move(next);
+        node = held.get();
+    }
+    return node;
+}
+
+boost::intrusive_ptr<Schema> Schema::at(std::size_t index) const {
+    boost::intrusive_ptr<Schema> held;
+    const Schema* node = referred(held);
+    if (node == nullptr) return NullPtr;
+    if (index < node->items_.size()) return node->items_[index];
+    if (!node->additionalItems_) return NullPtr;
+    return node->items_.empty() ? EmptyPtr : node->items_.back();
+}
+
+// Intended: extended schemas aren't asked, so that one that is closed by "additionalProperties"
+// refuses the properties that it extends.
+// Held by SchemaCheck.AClosedSchemaRefusesThePropertiesThatItExtends.
+template <typename K>
+boost::intrusive_ptr<Schema> Schema::propertyOf(const K& key) const {
+    boost::intrusive_ptr<Schema> held;
+    const Schema* node = referred(held);
+    if (node == nullptr) return NullPtr;
+    const auto entry = node->properties_.find(key);
+    if (entry != node->properties_.end()) return entry->second;
+    if (!node->additionalAllowed_) return NullPtr;
+    return node->additionalSchema_ ? node->additionalSchema_ : EmptyPtr;
+}
+
+boost::intrusive_ptr<Schema> Schema::property(const qx::IntrusiveString& key) const {
+    return propertyOf(key);
+}
+
+boost::intrusive_ptr<Schema>
+Schema::property(const boost::intrusive_ptr<qx::IntrusiveString>& key) const {
+    return propertyOf(key);
+}
+
+} // namespace json
