@@ -772,16 +772,6 @@ TEST_F(ConversationListeners, RemovingOneNeverShortensTheList) {
     EXPECT_THAT(notified(), ElementsAre("own", "c", "c", "c"));
 }
 
-TEST_F(ConversationListeners, RemovingOneThatStandsTwiceClosesBothGaps) {
-    conversation.registerListener(&a);
-    conversation.registerListener(&b);
-    conversation.unregisterListener(&a);
-    conversation.registerListener(&c);
-    EXPECT_THAT(notified(), ElementsAre("own", "b", "b", "c"));
-    conversation.unregisterListener(&b);
-    EXPECT_THAT(notified(), ElementsAre("own", "c", "b", "c"));
-}
-
 TEST_F(ConversationListeners, RemovingTheOnlyOneHasNoEffect) {
     conversation.unregisterListener(&conversation);
     EXPECT_THAT(notified(), ElementsAre("own"));
@@ -1086,10 +1076,13 @@ TEST_F(ConversationReentry, ACallFromInsidePiecesWaitsForTheLastOfThem) {
     };
     const Request& outer = pieces.call("outer", 1);
     EXPECT_STREQ("outer", outer.methodName().c_str());
+    const std::string text = joined(pieces.sent);
     std::vector<std::string> texts;
-    std::istringstream rest(joined(pieces.sent));
-    for (std::string text; std::getline(rest, text, '}');)
-        texts.push_back(sorted_text(text + '}'));
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = text.find('}', begin) + 1;
+        texts.push_back(sorted_text(text.substr(begin, end - begin)));
+        begin = end;
+    }
     EXPECT_THAT(texts, ElementsAre(R"({"id":1000,"method":"outer","params":[1]})",
                                    R"({"id":1001,"method":"inner","params":[2]})",
                                    R"({"id":1002,"method":"next","params":[3]})"));

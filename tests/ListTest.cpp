@@ -93,6 +93,14 @@ TEST(List, LinksTheElementsThatItIsAssigned) {
     EXPECT_EQ(1u, source->use_count());
 }
 
+TEST(List, StaysAsItIsWhenAssignedToItself) {
+    const ListPtr list = list_of({integer(1), integer(2)});
+    json::List& same = *list;
+    *list = same;
+    EXPECT_EQ("[1,2]", json_of_list(*list));
+    EXPECT_EQ("11", linked_elements(*list));
+}
+
 // --- Reading
 
 TEST(List, ReadsAnElementOrItsDefault) {
@@ -274,6 +282,31 @@ TEST(List, AppendsItself) {
 }
 
 // --- Growing
+
+TEST(List, GrowsToTheIndexThatIsWritten) {
+    const ListPtr list(new json::List);
+    EXPECT_TRUE(list->at(3).isNull());
+    EXPECT_EQ(4u, list->size());
+    EXPECT_EQ("[null,null,null,null]", json_of_list(*list));
+    EXPECT_EQ("1111", linked_elements(*list));
+    EXPECT_EQ("0000", which(*list, [](const Variant& element) { return element.autoValue(); }));
+    EXPECT_EQ("1111", bound_elements(*list));
+    (*list)[1] = 5;
+    EXPECT_EQ("[null,5,null,null]", json_of_list(*list));
+    EXPECT_EQ(4u, list->size());
+}
+
+TEST(List, GrowsByCopiesOfAFallback) {
+    BoundList bound{integer(1)};
+    EXPECT_EQ(7, bound.list().at(2, integer(7)).integerValue());
+    EXPECT_EQ("[1,7,7]", json_of_list(bound.list()));
+    EXPECT_TRUE(bound.value.dirty());
+    EXPECT_EQ("11", linked_elements(bound.list()).substr(1));
+    bound.value.setDirty(false);
+    EXPECT_EQ(1, bound.list().at(0, integer(9)).integerValue());
+    EXPECT_FALSE(bound.value.dirty());
+    EXPECT_EQ("[1,7,7]", json_of_list(bound.list()));
+}
 
 TEST(List, MarksItsOwnerOnlyWhenItGrows) {
     BoundList bound;

@@ -300,6 +300,28 @@ TEST(NaturalCode, ComparesNumbersAsValuesAndABooleanByMeaning) {
     EXPECT_TRUE(1 == one);
 }
 
+TEST(NaturalCode, ComparesWithContainersOnEitherSideWithoutChangingTheValue) {
+    json::List two;
+    two << 1 << 2;
+    json::Object object;
+    object.setValue("a", Variant(1));
+    Variant list(two);
+    Variant map(object);
+    Variant number(5);
+    EXPECT_TRUE(list == two);
+    EXPECT_TRUE(two == list);
+    EXPECT_FALSE(list != two);
+    EXPECT_FALSE(two != list);
+    EXPECT_TRUE(map == object);
+    EXPECT_TRUE(object == map);
+    EXPECT_FALSE(two == number);
+    EXPECT_TRUE(two != number);
+    EXPECT_FALSE(object == number);
+    EXPECT_TRUE(json::List() == number);
+    EXPECT_TRUE(json::Object() == number);
+    EXPECT_EQ("5", json_of(number)) << "a comparison converts nothing";
+}
+
 TEST(NaturalCode, TestsAValueAsACondition) {
     const Variant yes(5);
     Variant no;

@@ -317,6 +317,21 @@ TEST(SchemaBinding, StandsForAnUnboundValue) {
     EXPECT_TRUE(value.validate());
 }
 
+TEST(SchemaBinding, MakesAValueSticky) {
+    const Variant value(5);
+    value.attachSchema(Schema::NullPtr);
+    EXPECT_TRUE(is_sticky(value)) << "even without a schema";
+    EXPECT_EQ(&Schema::Empty, &value.schema());
+    const boost::intrusive_ptr<Schema> schema(new Schema);
+    value.attachSchema(schema);
+    EXPECT_EQ(schema.get(), &value.schema());
+    EXPECT_EQ(2u, schema->use_count());
+    EXPECT_TRUE(value.validate());
+    value.attachSchema(Schema::NullPtr);
+    EXPECT_EQ(&Schema::Empty, &value.schema());
+    EXPECT_EQ(1u, schema->use_count());
+}
+
 TEST(SchemaBinding, KeepsTheBindingWhenAnUnknownUrlIsAttached) {
     const Variant value(5);
     EXPECT_FALSE(value.attachSchema(qx::Url("http://nowhere.example/x"), qx::Url()));

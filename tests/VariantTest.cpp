@@ -577,6 +577,18 @@ TEST(Variant, CountsAStringAnObjectAndAListAssignedFromAValueAsChanged) {
     }
 }
 
+TEST(Variant, FindsTwoContainersThatWereNotBuiltYetEqual) {
+    for (Type type : {Type::List, Type::Object}) {
+        ValueProbe unbuilt;
+        unbuilt.setType(type, false);
+        Variant value = type == Type::List ? Variant::newList() : Variant::newObject();
+        value.setDirty(true);
+        value = static_cast<const Variant&>(unbuilt);
+        EXPECT_FALSE(value.dirty());
+        EXPECT_EQ(type, value.type());
+    }
+}
+
 TEST(Variant, IgnoresItsAssignmentToItself) {
     Variant value = list({integer(1)});
     clear_marks(value);

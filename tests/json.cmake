@@ -4,6 +4,7 @@ gatecast_add_tests(json_tests
     NaturalCodeTest.cpp
     ObjectTest.cpp
     PathTest.cpp
+    ValueModelTest.cpp
     VariantLocaleTest.cpp
     VariantSharingTest.cpp
     VariantTest.cpp)
