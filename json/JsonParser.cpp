@@ -6,7 +6,9 @@
 #include <yajl/yajl_parse.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <deque>
 #include <exception>
 #include <istream>
 #include <new>
@@ -62,6 +64,16 @@ struct JsonParser::Tokenizer {
         }
     }
 
+    /// yajl's message on the fault in this piece.
+    std::string message(const char* text, std::size_t length) {
+        const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+        const auto release = [this](unsigned char* raw) { yajl_free_error(handle, raw); };
+        const std::unique_ptr<unsigned char, decltype(release)> raw(
+            yajl_get_error(handle, 0, bytes, length), release);
+        if (!raw) throw std::bad_alloc();
+        return reinterpret_cast<const char*>(raw.get());
+    }
+
     static const yajl_callbacks callbacks;
 
     yajl_handle handle = nullptr;
@@ -94,39 +106,53 @@ JsonParser& parser_of(void* context) { return *static_cast<JsonParser*>(context)
 
 } // namespace
 
-JsonParser::Stack::Stack() : slots(kFirstSlots) {}
-
-Variant& JsonParser::Stack::claim() {
-    while (depth >= slots.size()) {
-        slots.push_back(Variant::Empty);
+/// The open containers, outermost first, an open object followed by its pending key; the finished
+/// value stays in the lowest slot. Slots keep their values until they are used again.
+struct JsonParser::Stack {
+    Variant& claim() {
+        while (depth >= slots.size()) {
+            slots.push_back(Variant::Empty);
+        }
+        return slots[depth++];
     }
-    return slots[depth++];
+    Variant& top() { return depth == 0 ? emptySlot : slots[depth - 1]; }
+    Variant& pop() { return depth == 0 ? emptySlot : slots[--depth]; }
+
+    std::deque<Variant> slots{kFirstSlots}; // slots never move: readers hold on to the result
+    std::uint64_t depth = 0;
+    Variant emptySlot;
+};
+
+Variant& JsonParser::claim() {
+    Variant& slot = stack_->claim();
+    // A result that was bound to a schema writes into payloads that it shares.
+    if (slot.isSticky() || slot.schema_) {
+        slot.~Variant();
+        ::new (static_cast<void*>(&slot)) Variant;
+    }
+    return slot;
 }
 
-Variant& JsonParser::Stack::top() { return depth == 0 ? emptySlot : slots[depth - 1]; }
-
-Variant& JsonParser::Stack::pop() { return depth == 0 ? emptySlot : slots[--depth]; }
-
 bool JsonParser::pushValue(const Variant& value) {
-    if (stack.depth == 0) {
-        stack.claim() = value;
+    if (stack_->depth == 0) {
+        claim() = value;
         return true;
     }
-    if (stack.top().isString()) {
+    if (stack_->top().isString()) {
         // Through the const access: the key must stay the pooled object.
-        const Object::Key key = std::as_const(stack.pop()).stringPtr();
-        if (!stack.top().isObject()) return false;
-        stack.top().objectValue().insert_new(key, value);
+        const Object::Key key = std::as_const(stack_->pop()).stringPtr();
+        if (!stack_->top().isObject()) return false;
+        stack_->top().objectValue().insert_new(key, value);
         return true;
     }
-    if (!stack.top().isList()) return false;
-    stack.top().listValue() << value;
+    if (!stack_->top().isList()) return false;
+    stack_->top().listValue() << value;
     return true;
 }
 
 bool JsonParser::popValue() {
-    if (stack.depth <= 1) return stack.depth == 1;
-    return pushValue(stack.pop());
+    if (stack_->depth <= 1) return stack_->depth == 1;
+    return pushValue(stack_->pop());
 }
 
 // Every callback answers 1, whatever became of its value: nothing is cancelled from here.
@@ -160,12 +186,12 @@ int JsonParser::cb_string(void* parser, const unsigned char* text, std::size_t l
 int JsonParser::cb_map_key(void* parser, const unsigned char* text, std::size_t length) {
     JsonParser& self = parser_of(parser);
     const std::string_view key(reinterpret_cast<const char*>(text), length);
-    self.stack.claim() = self.keyPool->intern(key);
+    self.claim() = self.keyPool_->intern(key);
     return 1;
 }
 
 int JsonParser::cb_start_map(void* parser) {
-    parser_of(parser).stack.claim().convertToEmptyObject();
+    parser_of(parser).claim().convertToEmptyObject();
     return 1;
 }
 
@@ -175,7 +201,7 @@ int JsonParser::cb_end_map(void* parser) {
 }
 
 int JsonParser::cb_start_array(void* parser) {
-    parser_of(parser).stack.claim().convertToEmptyList();
+    parser_of(parser).claim().convertToEmptyList();
     return 1;
 }
 
@@ -183,9 +209,27 @@ int JsonParser::cb_end_array(void* parser) { return cb_end_map(parser); }
 
 // ----- Cycle -------------------------------------------------------------------------------------
 
-JsonParser::JsonParser() : tokenizer(new Tokenizer), keyPool(&Object::key_pool()) {}
-JsonParser::JsonParser(const JsonParser& source) = default;
-JsonParser& JsonParser::operator=(const JsonParser& source) = default;
+JsonParser::JsonParser()
+    : tokenizer_(std::make_shared<Tokenizer>()), stack_(std::make_shared<Stack>()),
+      keyPool_(&Object::key_pool()) {}
+
+JsonParser::JsonParser(const JsonParser& source)
+    : tokenizer_(source.tokenizer_), stack_(std::make_shared<Stack>(*source.stack_)),
+      keyPool_(source.keyPool_), error_(source.error_), listeners_(source.listeners_),
+      sharedListeners_(source.sharedListeners_) {}
+
+JsonParser& JsonParser::operator=(const JsonParser& source) {
+    if (this == &source) return *this;
+    JsonParser copy(source);
+    tokenizer_.swap(copy.tokenizer_);
+    stack_.swap(copy.stack_);
+    shown_.reset();
+    error_ = source.error_;
+    listeners_.swap(copy.listeners_);
+    sharedListeners_.swap(copy.sharedListeners_);
+    return *this;
+}
+
 JsonParser::~JsonParser() = default;
 
 bool JsonParser::parse(const char* text, int length) {
@@ -211,7 +255,7 @@ bool JsonParser::parse(std::istream* in, int length) {
 }
 
 bool JsonParser::feed(const char* text, std::size_t length) {
-    const boost::shared_ptr<Tokenizer> held(tokenizer);
+    const std::shared_ptr<Tokenizer> held(tokenizer_);
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
     const yajl_status status =
         held->run(*this, [&](yajl_handle handle) { return yajl_parse(handle, bytes, length); });
@@ -224,12 +268,8 @@ bool JsonParser::feed(const char* text, std::size_t length) {
 }
 
 void JsonParser::storeFault(const char* text, std::size_t length) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    unsigned char* raw = yajl_get_error(tokenizer->handle, 0, bytes, length);
-    if (raw == nullptr) throw std::bad_alloc();
-    const std::string message(reinterpret_cast<const char*>(raw));
-    yajl_free_error(tokenizer->handle, raw);
-    const std::size_t offset = std::min(yajl_get_bytes_consumed(tokenizer->handle), length);
+    const std::string message = tokenizer_->message(text, length);
+    const std::size_t offset = std::min(yajl_get_bytes_consumed(tokenizer_->handle), length);
 
     // The input is shown raw, and of the current piece only.
     std::string fault(message);
@@ -238,55 +278,61 @@ void JsonParser::storeFault(const char* text, std::size_t length) {
     fault.append("\n<<<<<<<< ").append(message).append(" <<<<<<<<\n");
     fault.append(text + offset, length - offset);
     fault.append("\n--------------------------------------\n");
-    error = fault;
+    error_ = fault;
 }
 
 const Variant& JsonParser::parseComplete() {
-    const boost::shared_ptr<Tokenizer> held(tokenizer);
+    const std::shared_ptr<Tokenizer> held(tokenizer_);
     const yajl_status status = held->run(*this, yajl_complete_parse);
     if (status == yajl_status_ok) {
-        const Variant& result = stack.top();
-        // Held, so that a listener that begins a new text doesn't empty what others read.
-        const Variant keep(result);
+        // A listener that begins another text gets another stack; all are shown the same value.
+        const std::shared_ptr<Stack> shown(stack_);
+        const Variant& result = shown->top();
         notifyResult(result);
+        if (stack_ != shown) shown_ = shown;
         return result;
     }
     // Intended: no message is asked for, so that a text that ended too early has an empty one.
     // Held by JsonParser.ATextThatEndsTooEarlyGivesAnEmptyErrorText.
-    error.convertToString();
-    const boost::intrusive_ptr<qx::IntrusiveString> text = std::as_const(error).stringPtr();
+    error_.convertToString();
+    const boost::intrusive_ptr<qx::IntrusiveString> text = std::as_const(error_).stringPtr();
     notifyError(*text);
-    return error;
+    return error_;
 }
 
 void JsonParser::reset() {
-    stack.depth = 0;
-    error = Variant();
-    tokenizer->renew();
+    tokenizer_->renew();
+    if (stack_.use_count() > 1) {
+        stack_ = std::make_shared<Stack>();
+    } else {
+        stack_->depth = 0;
+        shown_.reset();
+    }
+    error_ = Variant();
 }
 
-const qx::IntrusiveString& JsonParser::lastError() const { return error.stringValue(); }
+const qx::IntrusiveString& JsonParser::lastError() const { return error_.stringValue(); }
 
 // ----- Listeners ---------------------------------------------------------------------------------
 
 // Listeners may come while others are called, so that the lists are walked by index.
 
 void JsonParser::notifyResult(const Variant& value) {
-    for (std::size_t i = 0; i < listeners.size(); ++i) {
-        if (listeners[i] != nullptr) listeners[i]->handleParseResult(value);
+    for (std::size_t i = 0; i < listeners_.size(); ++i) {
+        if (listeners_[i] != nullptr) listeners_[i]->handleParseResult(value);
     }
-    for (std::size_t i = 0; i < sharedListeners.size(); ++i) {
-        const boost::shared_ptr<IJsonParserListener> listener = sharedListeners[i];
+    for (std::size_t i = 0; i < sharedListeners_.size(); ++i) {
+        const boost::shared_ptr<IJsonParserListener> listener = sharedListeners_[i];
         if (listener) listener->handleParseResult(value);
     }
 }
 
 void JsonParser::notifyError(const qx::IntrusiveString& text) {
-    for (std::size_t i = 0; i < listeners.size(); ++i) {
-        if (listeners[i] != nullptr) listeners[i]->handleParseError(text);
+    for (std::size_t i = 0; i < listeners_.size(); ++i) {
+        if (listeners_[i] != nullptr) listeners_[i]->handleParseError(text);
     }
-    for (std::size_t i = 0; i < sharedListeners.size(); ++i) {
-        const boost::shared_ptr<IJsonParserListener> listener = sharedListeners[i];
+    for (std::size_t i = 0; i < sharedListeners_.size(); ++i) {
+        const boost::shared_ptr<IJsonParserListener> listener = sharedListeners_[i];
         if (listener) listener->handleParseError(text);
     }
 }
@@ -309,18 +355,18 @@ void close_gap(std::vector<Listener>& list, const Listener& listener) {
 
 } // namespace
 
-void JsonParser::registerListener(IJsonParserListener* listener) { add_once(listeners, listener); }
+void JsonParser::registerListener(IJsonParserListener* listener) { add_once(listeners_, listener); }
 
 void JsonParser::registerListener(boost::shared_ptr<IJsonParserListener> listener) {
-    add_once(sharedListeners, std::move(listener));
+    add_once(sharedListeners_, std::move(listener));
 }
 
 void JsonParser::unregisterListener(IJsonParserListener* listener) {
-    close_gap(listeners, listener);
+    close_gap(listeners_, listener);
 }
 
 void JsonParser::unregisterListener(boost::shared_ptr<IJsonParserListener> listener) {
-    close_gap(sharedListeners, listener);
+    close_gap(sharedListeners_, listener);
 }
 
 // ----- Whole texts -------------------------------------------------------------------------------

@@ -8,20 +8,21 @@
 #include <boost/shared_ptr.hpp>
 
 #include <cstddef>
-#include <cstdint>
-#include <deque>
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace json {
 
-/// Hears of what a parser has read.
+/// Hears of what a parser has read. From inside both operations the parser may be reset and fed
+/// with another text: everyone still hears of his own one.
 class GATECAST_EXPORT IJsonParserListener : public virtual qx::IInterface {
 public:
     // The order of the virtual operations is ABI.
     ~IJsonParserListener() override;
     /// The finished value, at `parseComplete`. It stays as it is until the next text is begun.
+    /// Take a copy to change it: a copy is shallow and cheap.
     virtual void handleParseResult(const Variant& value) = 0;
     /// The error text, at a failing `parse` or `parseComplete`; empty for a text that ended too
     /// early.
@@ -40,7 +41,11 @@ public:
 /// parser.parse("true}");
 /// const json::Variant& value = parser.parseComplete();
 /// \endcode
-/// A copy shares the tokenizer with its source: use one of the two at a time.
+/// The same text gives the same value in every locale, however it is cut into pieces. Keys end at
+/// their first NUL. The depth of nesting is limited by memory only.
+///
+/// A copy shares the tokenizer with its source, and so the text that is being read; values, error
+/// text and listeners are its own. Use one of the two at a time and reset it first.
 /// Threads: one at a time. Keys are interned in the pool that all objects share.
 class GATECAST_EXPORT JsonParser {
 public:
@@ -50,34 +55,42 @@ public:
     virtual ~JsonParser();
 
     /// Feeds bytes; a negative length means up to the NUL. False on a fault, and then for every
-    /// further piece until `reset`. Bad input: a null pointer counts as the empty text.
+    /// further piece until `reset`; listeners hear of each. The bytes are neither kept nor written
+    /// to. Bad input: a null pointer counts as the empty text.
     bool parse(const char* text, int length = -1);
-    /// Feeds at most `length` bytes from the stream, or all up to its end for a negative length.
-    /// A stream that can't go on counts as ended, and so does a null pointer.
+    /// Feeds at most `length` bytes from the stream, or all up to its end for a negative length,
+    /// in pieces of 160 bytes. A stream that can't go on counts as ended, and so does a null
+    /// pointer: ask the stream for its own failures.
     bool parse(std::istream* in, int length = -1);
     /// Ends the text and notifies. The reference is to the value, which lives until the next text
-    /// is begun, or on a fault to the error text as a String.
+    /// is begun, or after a fault to the error text as a String: that of `lastError`, empty for a
+    /// text that ended too early.
     const Variant& parseComplete();
     /// Begins a new cycle: what was read before is dropped, listeners stay.
     void reset();
-    /// The text of the last fault of this cycle, empty if there is none.
+    /// The text of the last fault of this cycle, empty if there is none: the message, then the last
+    /// piece of the input, byte for byte, with the message at the place of the fault. It lives
+    /// until the next fault or text.
     const qx::IntrusiveString& lastError() const;
 
-    /// A listener is held at most once in each form. A raw pointer must live until the parser is
-    /// gone.
+    /// A listener is held at most once in each form; plain ones are called first, in order of
+    /// registration. What a raw pointer points to must live until the parser is gone.
     /// @{
     void registerListener(IJsonParserListener* listener);
     void registerListener(boost::shared_ptr<IJsonParserListener> listener);
     /// @}
-    /// Moves the listeners behind the given one up by one place; the last place stays as it is.
-    /// Warning: a listener in the last place, so an only one too, goes on being called.
+    /// Moves the listeners behind the given one up by one place; the list never gets shorter.
+    /// Warning: a listener in the last place, so an only one too, goes on being called, and the one
+    /// that a plain list ends with is called twice after a move. Let a listener that has had enough
+    /// ignore its calls.
     /// @{
     void unregisterListener(IJsonParserListener* listener);
     void unregisterListener(boost::shared_ptr<IJsonParserListener> listener);
     /// @}
 
-    /// One whole cycle. Bad input: gives a String with the error text, empty when the text ended
-    /// too early; it can't be told from a JSON text that was a string.
+    /// One whole cycle; the string is read in pieces, like a stream. Bad input: gives a String with
+    /// the error text, empty when the text ended too early; it can't be told from a JSON text that
+    /// was a string.
     /// @{
     static Variant parseTree(const char* text, int length = -1);
     static Variant parseTree(std::istream* in, int length = -1);
@@ -108,29 +121,19 @@ protected:
 
 private:
     struct Tokenizer;
+    struct Stack;
 
-    /// The open containers, outermost first, an open object followed by its pending key; the
-    /// finished value stays in the lowest slot. Slots keep their values until they are used again.
-    struct Stack {
-        Stack();
-        Variant& claim();
-        Variant& top();
-        Variant& pop();
-
-        std::deque<Variant> slots; // a reference to the result outlives a nested text
-        std::uint64_t depth = 0;
-        Variant emptySlot;
-    };
-
+    Variant& claim();
     bool feed(const char* text, std::size_t length);
     void storeFault(const char* text, std::size_t length);
 
-    boost::shared_ptr<Tokenizer> tokenizer;
-    Stack stack;
-    Object::KeyPool* keyPool;
-    Variant error;
-    std::vector<IJsonParserListener*> listeners;
-    std::vector<boost::shared_ptr<IJsonParserListener>> sharedListeners;
+    std::shared_ptr<Tokenizer> tokenizer_; // shared with copies
+    std::shared_ptr<Stack> stack_;         // shared only while its value is shown to listeners
+    std::shared_ptr<Stack> shown_; // of the last value, when a listener has begun another text
+    Object::KeyPool* keyPool_;
+    Variant error_;
+    std::vector<IJsonParserListener*> listeners_;
+    std::vector<boost::shared_ptr<IJsonParserListener>> sharedListeners_;
 };
 
 } // namespace json

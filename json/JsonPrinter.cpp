@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
+#include <locale.h>
 #include <new>
 #include <ostream>
 #include <utility>
@@ -17,17 +18,15 @@ namespace json {
 
 namespace {
 
-/// The generator corrupts memory past this many open levels.
+const char* const kFirstIndent = "\t";
+
+/// The generator corrupts memory past this many open levels, and after one close too many.
 constexpr std::size_t kDeepestLevel = 127;
 
 /// Lengths go out as `int`; nothing longer is handed over in one call.
 int cut_to_int(std::size_t length) {
     constexpr auto longest = static_cast<std::size_t>(std::numeric_limits<int>::max());
     return static_cast<int>(std::min(length, longest));
-}
-
-bool is_white_space(const std::string& text) {
-    return text.find_first_not_of("\n\t\v\f\r ") == std::string::npos;
 }
 
 const unsigned char* bytes_of(const char* text) {
@@ -38,40 +37,34 @@ const unsigned char* bytes_of(const char* text) {
 
 // ----- Generator ---------------------------------------------------------------------------------
 
-/// The generator and what it can't be trusted with: its depth, and exceptions of those it calls.
+/// The generator and what it can't be trusted with: its depth, the text of its indent, and what is
+/// thrown by those it calls. It frees its buffer whenever a callback is set, so one is set once.
 struct JsonPrinter::Generator {
-    explicit Generator(JsonPrinter* owner) : printer(owner), handle(yajl_gen_alloc(nullptr)) {
+    /// Where the pieces of a text go; without a callback they gather in the buffer.
+    struct Sink {
+        yajl_print_t callback = nullptr;
+        PrintFunction function = NO_PRINT_FUNCTION;
+        void* context = nullptr;
+    };
+
+    Generator(JsonPrinter& owner, const Sink& pieces, const std::string& firstIndent)
+        : printer(&owner), handle(yajl_gen_alloc(nullptr)), sink(pieces) {
         if (handle == nullptr) throw std::bad_alloc();
+        if (sink.callback != nullptr) {
+            yajl_gen_config(handle, yajl_gen_print_callback, sink.callback, this);
+        }
+        setIndent(firstIndent);
+        openContainers.reserve(kDeepestLevel); // counting never fails
     }
     ~Generator() { yajl_gen_free(handle); }
     Generator(const Generator&) = delete;
     Generator& operator=(const Generator&) = delete;
 
-    /// To be called once: the generator frees its buffer each time.
-    void streamTo(yajl_print_t callback) {
-        yajl_gen_config(handle, yajl_gen_print_callback, callback, this);
-    }
-
-    /// Runs a call of the generator; true when it printed something.
-    template <typename Call>
-    bool run(Call call) {
-        if (suppressed > 0) return false;
-        const bool wasBusy = std::exchange(busy, true);
-        const yajl_gen_status status = call(handle);
-        busy = wasBusy;
-        if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
-        return status == yajl_gen_status_ok;
-    }
-
-    /// Runs what belongs to others; an exception must not pass through the generator's frames.
-    template <typename Call>
-    void runForeign(Call call) noexcept {
-        if (failure) return;
-        try {
-            call();
-        } catch (...) {
-            failure = std::current_exception();
-        }
+    void setIndent(std::string text) {
+        // A text that is refused leaves the generator without any.
+        if (yajl_gen_config(handle, yajl_gen_indent_string, text.c_str()) != 0) indent.swap(text);
+        yajl_gen_config(handle, yajl_gen_indent_string, indent.c_str());
+        yajl_gen_config(handle, yajl_gen_beautify, indent.empty() ? 0 : 1);
     }
 
     void restart() {
@@ -80,102 +73,172 @@ struct JsonPrinter::Generator {
         suppressed = 0;
     }
 
-    static void streamPiece(void* context, const char* text, std::size_t length) {
-        auto* self = static_cast<Generator*>(context);
-        self->runForeign([&] { printToStream(self->printer, text, length); });
+    /// Runs a call of the generator; true when it printed something.
+    template <typename Call>
+    bool run(Call call) {
+        if (suppressed > 0) return false;
+        const bool printed = call(handle) == yajl_gen_status_ok;
+        throwFailure();
+        return printed;
     }
 
-    static void handOverPiece(void* context, const char* text, std::size_t length) {
-        auto* self = static_cast<Generator*>(context);
-        JsonPrinter* printer = self->printer;
-        self->runForeign(
-            [&] { printer->printFunction(printer->printContext, text, cut_to_int(length)); });
+    /// The same for the begin of a container, which the generator counts even if its piece failed.
+    bool open(bool object) {
+        if (suppressed > 0) return false;
+        const yajl_gen_status status =
+            object ? yajl_gen_map_open(handle) : yajl_gen_array_open(handle);
+        if (status == yajl_gen_status_ok) openContainers.push_back(object);
+        throwFailure();
+        return status == yajl_gen_status_ok;
     }
+
+    void throwFailure() {
+        if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
+    }
+
+    bool isFull() const { return openContainers.size() >= kDeepestLevel; }
+
+    static void streamPiece(void* context, const char* text, std::size_t length);
+    static void handOverPiece(void* context, const char* text, std::size_t length);
 
     JsonPrinter* printer;
     yajl_gen handle;
+    Sink sink;
+    std::string indent;               // the generator points at its text
     std::vector<bool> openContainers; // true for an object
     std::size_t suppressed = 0;       // levels open below a container that printed as null
-    bool busy = false;                // a text is under way
+    locale_t application = nullptr;   // what a real is printed in the "C" locale in place of
     std::exception_ptr failure;
 };
+
+/// The span in which a piece of a text is with a print function or a stream. They see the locale of
+/// the application, and the text goes on with the same generator and stream, whatever they do.
+class JsonPrinter::CallOut {
+public:
+    explicit CallOut(Generator& running)
+        : printer_(*running.printer), generator_(printer_.generator_),
+          printFunction_(printer_.printFunction_), printContext_(printer_.printContext_),
+          locale_(::uselocale(running.application)) {}
+    ~CallOut() {
+        printer_.generator_ = generator_;
+        printer_.printFunction_ = printFunction_;
+        printer_.printContext_ = printContext_;
+        if (generator_->application != nullptr) ::uselocale(locale_);
+    }
+    CallOut(const CallOut&) = delete;
+    CallOut& operator=(const CallOut&) = delete;
+
+    /// Keeps what is thrown: an exception must not pass through the generator's frames.
+    template <typename Call>
+    static void run(void* context, Call call) noexcept {
+        auto& running = *static_cast<Generator*>(context);
+        if (running.failure) return;
+        try {
+            const CallOut span(running);
+            call(running);
+        } catch (...) {
+            running.failure = std::current_exception();
+        }
+    }
+
+private:
+    JsonPrinter& printer_;
+    const std::shared_ptr<Generator> generator_;
+    const PrintFunction printFunction_;
+    void* const printContext_;
+    const locale_t locale_;
+};
+
+void JsonPrinter::Generator::streamPiece(void* context, const char* text, std::size_t length) {
+    CallOut::run(context,
+                 [&](const Generator& running) { printToStream(running.printer, text, length); });
+}
+
+void JsonPrinter::Generator::handOverPiece(void* context, const char* text, std::size_t length) {
+    CallOut::run(context, [&](const Generator& running) {
+        running.sink.function(running.sink.context, text, cut_to_int(length));
+    });
+}
+
+/// The generator to write with: another one of the same form while that of a text under way is in
+/// the hands of a print function or a stream.
+JsonPrinter::Generator& JsonPrinter::generator() {
+    if (generator_.use_count() > 1) {
+        generator_ = std::make_shared<Generator>(*this, generator_->sink, generator_->indent);
+    }
+    return *generator_;
+}
 
 // ----- Construction ------------------------------------------------------------------------------
 
 JsonPrinter::JsonPrinter()
-    : gen(new Generator(this)), delivery(Delivery::Memory), printFunction(NO_PRINT_FUNCTION),
-      printContext(nullptr) {
-    setIndent("\t");
+    : generator_(std::make_shared<Generator>(*this, Generator::Sink(), kFirstIndent)) {}
+
+JsonPrinter::JsonPrinter(std::ostream* out) : printContext_(out) {
+    Generator::Sink sink;
+    sink.callback = &Generator::streamPiece;
+    generator_ = std::make_shared<Generator>(*this, sink, kFirstIndent);
 }
 
-JsonPrinter::JsonPrinter(std::ostream* out)
-    : gen(new Generator(this)), delivery(Delivery::Stream), printFunction(NO_PRINT_FUNCTION),
-      printContext(out) {
-    gen->streamTo(&Generator::streamPiece);
-    setIndent("\t");
-}
-
-JsonPrinter::JsonPrinter(PrintFunction function, void* context, bool buffered)
-    : gen(new Generator(this)), delivery(Delivery::Memory), printFunction(function),
-      printContext(context) {
-    if (function != NO_PRINT_FUNCTION)
-        delivery = buffered ? Delivery::WholeTexts : Delivery::Pieces;
-    if (delivery == Delivery::Pieces) gen->streamTo(&Generator::handOverPiece);
-    setIndent("\t");
+JsonPrinter::JsonPrinter(PrintFunction function, void* context, bool buffered) {
+    Generator::Sink sink;
+    if (function != NO_PRINT_FUNCTION && !buffered) {
+        sink = {&Generator::handOverPiece, function, context};
+    } else {
+        printFunction_ = function;
+        printContext_ = context;
+    }
+    generator_ = std::make_shared<Generator>(*this, sink, kFirstIndent);
 }
 
 JsonPrinter::JsonPrinter(const JsonPrinter& source)
-    : gen(new Generator(this)), delivery(source.delivery), printFunction(source.printFunction),
-      printContext(source.printContext), ignoresAutoValues(source.ignoresAutoValues) {
-    if (delivery == Delivery::Stream) gen->streamTo(&Generator::streamPiece);
-    if (delivery == Delivery::Pieces) gen->streamTo(&Generator::handOverPiece);
-    setIndent(source.indent);
-}
+    : generator_(
+          std::make_shared<Generator>(*this, source.generator_->sink, source.generator_->indent)),
+      printFunction_(source.printFunction_), printContext_(source.printContext_),
+      ignoreAutoValues_(source.ignoreAutoValues_) {}
 
 JsonPrinter& JsonPrinter::operator=(const JsonPrinter& source) {
     if (this == &source) return *this;
-    JsonPrinter copy(source);
-    gen.swap(copy.gen);
-    gen->printer = this;
-    delivery = copy.delivery;
-    printFunction = copy.printFunction;
-    printContext = copy.printContext;
-    ignoresAutoValues = copy.ignoresAutoValues;
-    setIndent(copy.indent);
+    generator_ =
+        std::make_shared<Generator>(*this, source.generator_->sink, source.generator_->indent);
+    printFunction_ = source.printFunction_;
+    printContext_ = source.printContext_;
+    ignoreAutoValues_ = source.ignoreAutoValues_;
     return *this;
 }
 
 JsonPrinter::~JsonPrinter() = default;
 
-void JsonPrinter::setIndent(const std::string& text) {
-    if (!is_white_space(text)) return;
-    indent = text;
-    yajl_gen_config(gen->handle, yajl_gen_indent_string, indent.c_str());
-    yajl_gen_config(gen->handle, yajl_gen_beautify, indent.empty() ? 0 : 1);
-}
+void JsonPrinter::setIndent(const std::string& text) { generator().setIndent(text); }
+
+bool JsonPrinter::isPretty() const noexcept { return !generator_->indent.empty(); }
 
 // ----- Whole texts -------------------------------------------------------------------------------
 
 void JsonPrinter::print(const Variant& value) {
-    if (gen->busy) { // called from what this printer calls: the outer text must not get mixed in
-        JsonPrinter(*this).print(value);
-        return;
+    generator().restart();
+    try {
+        if (ignoreAutoValues_) updateAutoValues(value);
+        printVariant(value);
+    } catch (...) {
+        // The next text isn't to be handed over behind the rest of this one.
+        if (printFunction_ != NO_PRINT_FUNCTION) yajl_gen_clear(generator_->handle);
+        throw;
     }
-    gen->restart();
-    if (ignoresAutoValues) updateAutoValues(value);
-    printVariant(value);
-    if (delivery == Delivery::WholeTexts) deliver();
+    if (printFunction_ != NO_PRINT_FUNCTION) deliver();
 }
 
 void JsonPrinter::deliver() {
+    struct Clearing {
+        ~Clearing() { yajl_gen_clear(printer.generator_->handle); }
+        JsonPrinter& printer;
+    } const clearing{*this};
+    const std::shared_ptr<Generator> held(generator_); // the function may print through us
     std::size_t length = 0;
     const char* text = stringBuffer(&length);
     if (length == 0) return;
-    gen->busy = true;
-    gen->runForeign([&] { printFunction(printContext, text, cut_to_int(length)); });
-    gen->busy = false;
-    yajl_gen_clear(gen->handle);
-    if (gen->failure) std::rethrow_exception(std::exchange(gen->failure, nullptr));
+    printFunction_(printContext_, text, cut_to_int(length));
+    const_cast<char*>(text)[length] = '\0';
 }
 
 // ----- Inside a text -----------------------------------------------------------------------------
@@ -184,13 +247,15 @@ void JsonPrinter::printVariant(const Variant& value) {
     if (skips(value)) return;
     switch (value.type()) {
     case Type::Null:
-        gen->run(yajl_gen_null);
+        generator().run(yajl_gen_null);
         break;
     case Type::Boolean:
-        gen->run([&](yajl_gen handle) { return yajl_gen_bool(handle, value.booleanValue()); });
+        generator().run(
+            [&](yajl_gen handle) { return yajl_gen_bool(handle, value.booleanValue()); });
         break;
     case Type::Integer:
-        gen->run([&](yajl_gen handle) { return yajl_gen_integer(handle, value.integerValue()); });
+        generator().run(
+            [&](yajl_gen handle) { return yajl_gen_integer(handle, value.integerValue()); });
         break;
     case Type::Real:
         printReal(value.realValue());
@@ -208,12 +273,20 @@ void JsonPrinter::printVariant(const Variant& value) {
 }
 
 void JsonPrinter::printReal(double value) {
+    Generator& running = generator();
+    running.application = ::uselocale(nullptr);
+    struct Ending {
+        ~Ending() { running.application = nullptr; }
+        Generator& running;
+    } const ending{running};
     const qx::detail::CNumericScope numbers; // the generator formats reals by the C library
-    gen->run([&](yajl_gen handle) { return yajl_gen_double(handle, value); });
+    // Intended: a NaN or an infinity is refused and prints nothing.
+    // Held by JsonPrinter.ANumberThatJsonHasNoTextForPrintsNothing.
+    running.run([&](yajl_gen handle) { return yajl_gen_double(handle, value); });
 }
 
 void JsonPrinter::printString(const qx::IntrusiveString& text) {
-    gen->run([&](yajl_gen handle) {
+    generator().run([&](yajl_gen handle) {
         return yajl_gen_string(handle, bytes_of(text.c_str()), text.length());
     });
 }
@@ -224,7 +297,7 @@ void JsonPrinter::printList(const List& list) {
     for (const Variant& element : list) {
         printVariant(element);
     }
-    close(false);
+    closeLevel(false);
 }
 
 // Recurses no deeper than the generator opens levels.
@@ -243,7 +316,7 @@ void JsonPrinter::printObject(const Object& object) {
             printEntry(*entry.first, entry.second);
         }
     }
-    close(true);
+    closeLevel(true);
 }
 
 void JsonPrinter::printEntry(const qx::IntrusiveString& key, const Variant& value) {
@@ -252,90 +325,80 @@ void JsonPrinter::printEntry(const qx::IntrusiveString& key, const Variant& valu
     printVariant(value);
 }
 
+/// Opens a container. Where it would lie too deep it prints as null, and where it has no place it
+/// prints nothing: false for both.
 bool JsonPrinter::open(bool object) {
-    if (gen->suppressed == 0 && gen->openContainers.size() < kDeepestLevel) {
-        if (!gen->run(object ? yajl_gen_map_open : yajl_gen_array_open)) return false;
-        gen->openContainers.push_back(object);
-        return true;
-    }
-    gen->run(yajl_gen_null); // prints nothing when this lies below another such container
+    Generator& running = generator();
+    if (!running.isFull()) return running.open(object);
+    running.run(yajl_gen_null);
     return false;
 }
 
-void JsonPrinter::close(bool object) {
-    if (gen->openContainers.empty() || gen->openContainers.back() != object) return;
-    gen->run(object ? yajl_gen_map_close : yajl_gen_array_close);
-    gen->openContainers.pop_back();
+/// Opens a container for the caller to fill. What he prints into one that became null is dropped,
+/// up to its end.
+void JsonPrinter::openLevel(bool object) {
+    const bool tooDeep = generator().isFull();
+    open(object);
+    if (tooDeep) ++generator_->suppressed;
 }
 
-void JsonPrinter::openList() {
-    const bool tooDeep = gen->suppressed > 0 || gen->openContainers.size() >= kDeepestLevel;
-    open(false);
-    if (tooDeep) ++gen->suppressed;
-}
-
-void JsonPrinter::openObject() {
-    const bool tooDeep = gen->suppressed > 0 || gen->openContainers.size() >= kDeepestLevel;
-    open(true);
-    if (tooDeep) ++gen->suppressed;
-}
-
-void JsonPrinter::closeList() {
-    if (gen->suppressed > 0) {
-        --gen->suppressed;
-    } else {
-        close(false);
+void JsonPrinter::closeLevel(bool object) {
+    Generator& running = generator();
+    if (running.suppressed > 0) {
+        --running.suppressed;
+        return;
     }
+    if (running.openContainers.empty() || running.openContainers.back() != object) return;
+    running.openContainers.pop_back();
+    running.run(object ? yajl_gen_map_close : yajl_gen_array_close);
 }
 
-void JsonPrinter::closeObject() {
-    if (gen->suppressed > 0) {
-        --gen->suppressed;
-    } else {
-        close(true);
-    }
-}
+void JsonPrinter::openList() { openLevel(false); }
+void JsonPrinter::closeList() { closeLevel(false); }
+void JsonPrinter::openObject() { openLevel(true); }
+void JsonPrinter::closeObject() { closeLevel(true); }
 
 // ----- Buffer ------------------------------------------------------------------------------------
 
 void JsonPrinter::reset() {
-    yajl_gen_clear(gen->handle);
-    gen->restart();
+    Generator& running = generator();
+    yajl_gen_clear(running.handle);
+    running.restart();
 }
 
 void JsonPrinter::reset(std::ostream* out) {
     reset();
-    printContext = out;
+    printContext_ = out;
 }
 
-const char* JsonPrinter::stringBuffer(std::size_t* length) {
+const char* JsonPrinter::stringBuffer(std::size_t* length) const {
     const unsigned char* text = nullptr; // stays so where the text isn't kept in memory
     std::size_t size = 0;
-    yajl_gen_get_buf(gen->handle, &text, &size);
+    yajl_gen_get_buf(generator_->handle, &text, &size);
     if (length != nullptr) *length = size;
     return text != nullptr ? reinterpret_cast<const char*>(text) : "";
 }
 
-qx::IntrusiveString JsonPrinter::string() {
+qx::IntrusiveString JsonPrinter::string() const {
     std::size_t length = 0;
     const char* text = stringBuffer(&length);
     return qx::IntrusiveString(text, length);
 }
 
-void JsonPrinter::string(qx::IntrusiveString& out) {
+void JsonPrinter::string(qx::IntrusiveString& out) const {
     std::size_t length = 0;
     const char* text = stringBuffer(&length);
     out.assign(text, length);
 }
 
-qx::IntrusiveString* JsonPrinter::newString() {
+qx::IntrusiveString* JsonPrinter::newString() const {
     std::size_t length = 0;
     const char* text = stringBuffer(&length);
     return new qx::IntrusiveString(text, length);
 }
 
 void JsonPrinter::printToStream(void* context, const char* text, std::size_t length) {
-    auto* out = static_cast<std::ostream*>(static_cast<JsonPrinter*>(context)->printContext);
+    auto* out = static_cast<std::ostream*>(static_cast<JsonPrinter*>(context)->printContext_);
     if (out != nullptr) out->write(text, static_cast<std::streamsize>(length));
 }
 
