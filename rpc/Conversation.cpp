@@ -17,6 +17,7 @@ namespace json {
 namespace {
 
 constexpr std::size_t kFirstBuckets = 11;
+constexpr const char* kListMethods = "list_methods";
 
 template <typename Listener>
 void add_once(std::vector<Listener>& listeners, Listener listener) {
@@ -92,7 +93,7 @@ void Conversation::open() {
     const qx::MutexLocker lock(mutex(), true);
     const auto entry = pendingRequests.find(ListMethodsRefId);
     if (entry == pendingRequests.end() || entry->second.request.empty()) {
-        call("list_methods", Variant::EmptyList, ListMethodsRefId, true);
+        call(kListMethods, Variant::EmptyList, ListMethodsRefId, true);
     } else {
         repeat(ListMethodsRefId);
     }
@@ -287,7 +288,11 @@ bool Conversation::warningRequestValidation(const Request& request,
     return true;
 }
 
-bool Conversation::handleResponse(const Request&, const Response&, Schema::ValidationResult) {
+bool Conversation::handleResponse(const Request& request, const Response& response,
+                                  Schema::ValidationResult) {
+    if (request.methodName() == kListMethods && !response.isError()) {
+        importMethods(response.resultList());
+    }
     return true;
 }
 

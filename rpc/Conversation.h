@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <iosfwd>
 #include <vector>
 
 namespace json {
@@ -158,6 +159,18 @@ public:
     /// The schema of one entry of the answer to "list_methods": base/rpc/method.json
     static const qx::Url& methodSchemaUrl();
 
+    // ----- The peer's methods ------------------------------------------- MethodCatalogue.cpp
+    //
+    // The answer to "list_methods" makes two schemas of each of its entries, one of the arguments
+    // and one of the result. They are registered for the whole process; from then on
+    // `Request::validateArgs`, `Request::appendArg` and `Response::validateResult` judge by them.
+
+    /// Writes the help of one method: its name, the types of its arguments, its description, and
+    /// each argument with its bounds. Nothing for a method that no answer told of.
+    void printMethodHelp(std::ostream& out, const qx::IntrusiveString& method) const;
+    /// The same for all methods, in order of arrival; one that was told of twice comes twice.
+    void printMethodHelp(std::ostream& out) const;
+
 protected:
     /// A request that is still of interest. A null `request` is a blank: its id was never sent.
     struct PendingRequest {
@@ -187,9 +200,19 @@ protected:
     void handleParseError(const qx::IntrusiveString& message) override;
     /// The object's own: writes the request to `std::cerr`. True.
     bool warningRequestValidation(const Request& request, Schema::ValidationResult result) override;
-    /// The object's own: true. A subclass that overrides it calls it first.
+    /// The object's own: takes the answer to "list_methods" over and writes the help of all methods
+    /// to `std::cout`. True. A subclass that overrides it calls it first.
     bool handleResponse(const Request& request, const Response& response,
                         Schema::ValidationResult result) override;
+
+    /// Takes over one entry of the answer to "list_methods": keeps the name, registers the schemas
+    /// of arguments and result. False if either wasn't taken, and for an entry that its schema at
+    /// `methodSchemaUrl` refuses: that one is told on `std::cerr` and stays unknown.
+    bool importMethodSchema(const Variant& entry);
+    /// Writes the help of one argument: the label, its description if wanted, its values or types,
+    /// then what else its schema says. Bad input: a null schema takes nothing, "void".
+    void printArgHelp(std::ostream& out, const qx::IntrusiveString& label,
+                      boost::intrusive_ptr<Schema> schema, bool withDescription) const;
 
     // ----- Data ------------------------------------------------------------------------------
 
@@ -207,6 +230,7 @@ private:
     class PiecesScope;
 
     void sendRequest(const Request& request);
+    void importMethods(const List& entries);
     const Request& storedOr(std::int64_t id, const Request& sent);
 
     const bool wholeDocuments_;
