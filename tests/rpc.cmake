@@ -1,1 +1,1 @@
-gatecast_add_tests(rpc_tests RequestTest.cpp ResponseTest.cpp ConversationTest.cpp)
+gatecast_add_tests(rpc_tests RequestTest.cpp ResponseTest.cpp ConversationTest.cpp JsonServerTest.cpp)

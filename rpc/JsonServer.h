@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "core/Export.h"
+#include "rpc/Request.h"
+#include "rpc/Response.h"
+#include "json/JsonParser.h"
+#include "json/JsonPrinter.h"
+#include "json/Variant.h"
+
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+
+namespace json {
+
+/// The server end of the remote procedure calls: reads one request from a stream and writes
+/// responses to another one, as parts of a push stream (docs/formats.md draws its bytes).
+///
+/// A concrete server implements `handleParseError(const qx::IntrusiveString&)`, as a rule by
+/// forwarding to the `std::string` form, and overrides `handleRequest`:
+/// \code
+/// class Server : public json::JsonServer {
+///     void handleParseError(const qx::IntrusiveString& text) override {
+///         json::JsonServer::handleParseError(std::string(text.c_str(), text.length()));
+///     }
+///     void handleRequest(const json::Request& request) override {
+///         sendResponse(json::Response(request.arguments().size(), request.referenceId()));
+///     }
+/// };
+/// Server().connect(&std::cin, &std::cout);
+/// \endcode
+/// A copy's parser still reports to the server that was copied: make a new object for each
+/// connection, also because a second `connect` goes on with the parser as it is.
+/// Threads: one at a time.
+class GATECAST_EXPORT JsonServer : public IJsonParserListener {
+public:
+    JsonServer();
+    JsonServer(const JsonServer& source);
+    JsonServer& operator=(const JsonServer& source) = delete;
+    ~JsonServer() override;
+
+    /// Serves one connection: writes the status, reads to the end of the input, then answers the
+    /// one request that it held. Both streams must live until then; nothing is flushed or closed.
+    /// Bad input: text that doesn't parse is answered by an error.
+    void connect(std::istream* in, std::ostream* out);
+
+    // The order of the virtual operations is ABI.
+    /// A text is complete: takes it as a request.
+    void handleParseResult(const Variant& value) override;
+    /// A text doesn't parse. A concrete server implements this form; the parser calls no other.
+    void handleParseError(const qx::IntrusiveString& text) override = 0;
+    /// The default answers with an object whose member "hello" is the whole request.
+    virtual void handleRequest(const Request& request);
+    /// Writes one part: the printed response, then the first of its binary attachments, if it has
+    /// any. Only after `connect` has set the stream. Write errors aren't looked at.
+    /// Warning: a part of 65,536 bytes or more is written whole under a size cut to 16 bits.
+    virtual void sendResponse(const Response& response);
+    /// Writes the text to `std::cerr`, makes the parser ready for a new text, and answers with
+    /// error 1, "syntax error: " and the text.
+    virtual void handleParseError(const std::string& message);
+
+protected:
+    void print_http_header();
+    void print_mime_delimiter();
+    /// Writes one block: its header, `length + 1` bytes of the text, its terminator included, and
+    /// the attachment unless that is null.
+    void print_app12_block(const char* data, std::size_t length, const char* attachment,
+                           std::size_t attachmentLength);
+
+    JsonParser parser;
+    JsonPrinter printer;         ///< in memory, indented by a tab
+    std::ostream* out = nullptr; ///< not owned; set by `connect`
+};
+
+} // namespace json
