@@ -1,1 +1,3 @@
 # tests of the layer device: gatecast_add_tests(device_tests XTest.cpp ...)
+gatecast_add_tests(device_tests
+    GatecastConversationTest.cpp)
