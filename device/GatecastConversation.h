@@ -223,7 +223,7 @@ public:
     /// Reads the text of the update, with the binary part as its attachment. A text that was half
     /// read is dropped. Goes through `setBinaryAttachment` and `readJsonText`; without an
     /// attachment afterwards in any case.
-    /// Bad input: a size of 0 reads nothing, and `data` may then be null; without a zero byte all
+    /// Bad input: a size of 0 or a null `data` reads nothing; without a zero byte all
     /// is text; a text or a binary part above 2 GiB is cut to its first 2^31 - 1 bytes.
     void receiveJsonHeaderUpdate(const unsigned char* data, unsigned int size) override;
 

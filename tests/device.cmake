@@ -1,3 +1,6 @@
 # tests of the layer device: gatecast_add_tests(device_tests XTest.cpp ...)
 gatecast_add_tests(device_tests
-    GatecastConversationTest.cpp)
+    DeviceResponsesTest.cpp
+    GatecastConversationTest.cpp
+    HeaderUpdateTest.cpp
+    MailBoxTest.cpp)

@@ -4,6 +4,8 @@
 #include "device/GatecastConversation.h"
 #include "support/RecordingConversation.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -102,12 +104,11 @@ private:
         return entries;
     }
     void tell(const char* operation, const std::vector<std::string>& arguments) {
-        std::string entry = std::string(operation) + "(";
-        for (const std::string& argument : arguments) {
-            if (entry.back() != '(') entry += ", ";
-            entry += argument;
+        std::string joined;
+        for (std::size_t i = 0; i < arguments.size(); ++i) {
+            joined += (i == 0 ? "" : ", ") + arguments[i];
         }
-        told.push_back(entry + ")");
+        told.push_back(std::string(operation) + "(" + joined + ")");
         const std::string own = told.back(); // `told` may grow meanwhile
         if (whenTold) whenTold(own);
     }
