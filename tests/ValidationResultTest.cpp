@@ -187,7 +187,7 @@ TEST(ValidationResult, PrintsEveryPart) {
               "at: a.b[3] = 5\n"
               "\n"
               "violates schema: \n"
-              "{}\n",
+              "{\n\n}\n\n",
               printed(result));
 }
 
@@ -208,7 +208,7 @@ TEST(ValidationResult, PrintsWithoutAValue) {
     EXPECT_EQ("Schema Validation Error (7): required valus is missing\n"
               "at: \n"
               "violates schema: \n"
-              "{}\n",
+              "{\n\n}\n\n",
               printed(result));
 }
 
