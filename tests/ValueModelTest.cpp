@@ -482,6 +482,7 @@ private:
         node.real->listValue().remove(index);
         model::Container& list = model_.forWriting(*node.told, Type::List);
         if (!exists) return;
+        const model::Content removed(*list.elements[index]); // keeps what it holds to the end
         model_.mark(list, true);
         model_.shiftOver(list, index);
         model_.bindElements(list, index);
