@@ -281,7 +281,10 @@ json::List* Variant::listRef() {
 // ----- Deep copy ---------------------------------------------------------------------------------
 
 Variant& Variant::deepCopy(const Variant* source) {
-    if (source != nullptr && source != this) copyFrom(*source);
+    if (source != nullptr && source != this) {
+        const Variant copy(*source); // the source may lie in this value
+        copyFrom(copy);
+    }
     // Parents stand before their children, so that the way back attaches children first.
     std::vector<Variant*> visited{this};
     for (std::size_t i = 0; i < visited.size(); ++i) {
