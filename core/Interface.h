@@ -22,11 +22,13 @@ public:
     virtual void* getInterface(const char* id);
     /// @}
 
+    /// "qx::IInterface".
     static const char* ID();
 };
 
-/// A concrete class with the same operations.
-class GATECAST_EXPORT InterfaceStub : public IInterface {
+/// A concrete class with the same operations. It inherits the root as listeners do, so that it goes
+/// together with them.
+class GATECAST_EXPORT InterfaceStub : public virtual IInterface {
 public:
     InterfaceStub() = default;
     InterfaceStub(const InterfaceStub&) = default;

@@ -15,8 +15,13 @@ public:
     Mutex& operator=(const Mutex&) = delete;
     virtual ~Mutex();
 
+    /// The operations of the standard's lockable types; `try_lock` is false while another thread
+    /// holds the lock. Each success wants one `unlock` by the same thread.
+    /// @{
     void lock() { mutex_.lock(); }
+    bool try_lock() { return mutex_.try_lock(); }
     void unlock() { mutex_.unlock(); }
+    /// @}
 
 private:
     std::recursive_mutex mutex_;

@@ -50,8 +50,8 @@ public:
     PooledStringMap& operator=(const PooledStringMap& source) {
         if (this == &source) return *this;
         Table entries(source.table_); // the source may lie in one of the values
-        pool_ = source.pool_;
         defaultValue_ = source.defaultValue_;
+        pool_ = source.pool_;
         table_.swap(entries);
         return *this;
     }
@@ -134,6 +134,7 @@ public:
     }
 
     /// Removes the entry and returns the next one. Calls no hook.
+    /// Bad input: at `end()` nothing happens.
     iterator erase(const_iterator entry) { return table_.erase(entry); }
 
     /// First entry, in iteration order, whose value equals the given one; `end()` if none.
@@ -174,7 +175,7 @@ public:
     /// The entry `count` steps behind, if it has the same key; otherwise `end()`.
     const_iterator findNext(const_iterator entry, unsigned int count) const {
         if (entry == end()) return end();
-        const Key key = entry->first;
+        const Key& key = entry->first;
         while (count-- > 0) {
             ++entry;
             if (entry == end() || entry->first != key) return end();

@@ -18,17 +18,18 @@ void SignalPublisher::printDebugInfo(std::ostream& out, const std::string& prefi
                                      const std::vector<std::string>& signals,
                                      const ConnectionImpl* connection) {
     const MutexLocker locker(mutex_, true);
+    const auto wanted = [&](const std::string& name, const std::set<const void*>& subscribers) {
+        const bool named =
+            signals.empty() || std::find(signals.begin(), signals.end(), name) != signals.end();
+        return named &&
+               (connection == nullptr ||
+                (connection->signal() == name && subscribers.count(connection->subscriber()) != 0));
+    };
     for (const auto& [name, subscribers] : subscribers_) {
-        if (!signals.empty() && std::find(signals.begin(), signals.end(), name) == signals.end()) {
-            continue;
-        }
-        for (const void* subscriber : subscribers) {
-            if (connection != nullptr &&
-                (connection->signal() != name || connection->subscriber() != subscriber)) {
-                continue;
-            }
-            out << prefix << name << ": " << subscriber << '\n';
-        }
+        if (!wanted(name, subscribers)) continue;
+        // As text: a stream may group the digits.
+        out << prefix << name << ": " << std::to_string(subscribers.size()) << " subscriber"
+            << (subscribers.size() == 1 ? "" : "s") << '\n';
     }
 }
 
@@ -41,6 +42,7 @@ void SignalPublisher::printDebugInfo(std::ostream& out) {
 }
 
 bool SignalPublisher::connect(const std::string& name, const void* subscriber) {
+    if (subscriber == nullptr) return false;
     const MutexLocker locker(mutex_, true);
     return subscribers_[name].insert(subscriber).second;
 }

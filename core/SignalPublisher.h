@@ -40,9 +40,9 @@ public:
     virtual ~SignalPublisher();
     /// A hook for subclasses; nothing calls it.
     virtual void declareSignals();
-    /// Diagnostics, a line per connection: of the connections that are equal to the given one (all
-    /// for null), of the signals named (all for an empty list), or of all. `prefix` begins each
-    /// line.
+    /// Diagnostics: the connected signals by name, a line for each with the count of its
+    /// subscribers. Only of the signals named (all for an empty list), and of the signal of the
+    /// given connection while that one stands (any for null). `prefix` begins each line.
     /// @{
     virtual void printDebugInfo(std::ostream& out, const std::string& prefix,
                                 const std::vector<std::string>& signals,
@@ -52,6 +52,7 @@ public:
     /// @}
 
     /// Connects the subscriber to the signal of that name; false when it is connected already.
+    /// Bad input: null is no subscriber, nothing happens.
     bool connect(const std::string& name, const void* subscriber);
     /// Undoes `connect`; false when the subscriber isn't connected.
     bool disconnect(const std::string& name, const void* subscriber);

@@ -39,10 +39,10 @@ Lead lead_of(unsigned char byte) noexcept {
     return {byte == 0xFE ? 6 : 7, 0};
 }
 
-/// Reads characters from bytes that end at a NUL or at `Text::end`.
+/// Reads characters from a text that ends at its NUL, and nothing behind that.
 class Decoder {
 public:
-    Decoder(const char* text, const char* end) noexcept : next_(text), end_(end) {}
+    explicit Decoder(const char* text) noexcept : next_(text) {}
 
     /// The next character, 0 at the end of the text.
     std::uint16_t next() noexcept {
@@ -61,15 +61,15 @@ public:
     }
 
 private:
-    unsigned char peek() const noexcept {
-        return next_ == end_ ? 0 : static_cast<unsigned char>(*next_);
-    }
+    unsigned char peek() const noexcept { return static_cast<unsigned char>(*next_); }
 
     const char* next_;
-    const char* end_; // null for a text that ends at its NUL
 };
 
-std::size_t hash_of(Decoder decoder) noexcept {
+} // namespace
+
+std::size_t hash_of_text(const char* text) noexcept {
+    Decoder decoder(text != nullptr ? text : "");
     std::uint64_t seed = 0;
     for (int i = 0; i < kHashedCharacters; ++i) {
         const std::uint64_t character = decoder.next();
@@ -77,16 +77,6 @@ std::size_t hash_of(Decoder decoder) noexcept {
         seed ^= character + 0x9e3779b9u + (seed << 6) + (seed >> 2);
     }
     return seed;
-}
-
-} // namespace
-
-std::size_t hash_of_text(const char* text) noexcept {
-    return hash_of(Decoder(text != nullptr ? text : "", nullptr));
-}
-
-std::size_t hash_of_text(std::string_view text) noexcept {
-    return hash_of(Decoder(text.data(), text.data() + text.size()));
 }
 
 StringPool<IntrusiveString, boost::intrusive_ptr<IntrusiveString>>& global_string_pool() {

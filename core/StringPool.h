@@ -8,7 +8,8 @@
 #include <boost/unordered_set.hpp>
 
 #include <cstddef>
-#include <cstring>
+#include <functional>
+#include <string>
 #include <string_view>
 
 namespace qx {
@@ -17,10 +18,7 @@ namespace qx {
 /// NUL. Keys that agree in their first 12 characters have the same hash.
 /// Bad input: a null pointer counts as the empty text; continuation bytes aren't checked, a stray
 /// one counts as "?" for every character that is left, and nothing behind the NUL is read.
-/// @{
 GATECAST_EXPORT std::size_t hash_of_text(const char* text) noexcept;
-GATECAST_EXPORT std::size_t hash_of_text(std::string_view text) noexcept;
-/// @}
 
 /// `hash_of_text` for each form of key.
 template <typename K>
@@ -59,10 +57,9 @@ public:
     const Pointer& intern(const char* key) {
         return intern(std::string_view(key != nullptr ? key : ""));
     }
-    const Pointer& intern(const S& key) { return intern(std::string_view(key.c_str())); }
-    const Pointer& intern(const Pointer& key) {
-        return intern(std::string_view(key ? key->c_str() : ""));
-    }
+    const Pointer& intern(const S& key) { return intern(key.c_str()); }
+    const Pointer& intern(const Pointer& key) { return intern(key ? key->c_str() : ""); }
+    const Pointer& intern(const std::string& key) { return intern(std::string_view(key)); }
     /// Needs no NUL behind the text.
     const Pointer& intern(std::string_view key) {
         key = key.substr(0, key.find('\0'));
@@ -77,19 +74,27 @@ public:
 private:
     static constexpr std::size_t kFirstBuckets = 11;
 
+    static std::string_view view(const Pointer& key) noexcept {
+        return {key->c_str(), key->length()};
+    }
+
+    // All of the text, where `StringHash` stops after 12 characters: the texts come from peers, and
+    // many long ones with the same beginning must not meet in one bucket.
     struct TextHash {
-        std::size_t operator()(std::string_view key) const noexcept { return hash_of_text(key); }
-        std::size_t operator()(const Pointer& key) const noexcept { return key->hash(); }
+        std::size_t operator()(std::string_view key) const noexcept {
+            return std::hash<std::string_view>()(key);
+        }
+        std::size_t operator()(const Pointer& key) const noexcept { return (*this)(view(key)); }
     };
     struct TextEquals {
         bool operator()(std::string_view left, const Pointer& right) const noexcept {
-            return left == std::string_view(right->c_str(), right->length());
+            return left == view(right);
         }
         bool operator()(const Pointer& left, std::string_view right) const noexcept {
-            return (*this)(right, left);
+            return view(left) == right;
         }
         bool operator()(const Pointer& left, const Pointer& right) const noexcept {
-            return (*this)(std::string_view(left->c_str(), left->length()), right);
+            return view(left) == view(right);
         }
     };
 

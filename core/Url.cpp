@@ -3,7 +3,9 @@
 
 #include "core/IPAddress.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <ostream>
 #include <string_view>
 
@@ -63,10 +65,16 @@ Parts split(std::string_view text) {
         parts.hasAuthority = true;
         const std::size_t end = text.find('/', 2);
         parts.authority = text.substr(2, end == std::string_view::npos ? end : end - 2);
-        text = end == std::string_view::npos ? std::string_view() : text.substr(end);
+        text = text.substr(std::min(end, text.size()));
     }
     parts.path = text;
     return parts;
+}
+
+/// Where the path of the text begins, behind scheme and authority.
+std::size_t path_start(std::string_view text) {
+    const std::string_view path = split(text).path;
+    return static_cast<std::size_t>(path.data() - text.data());
 }
 
 /// Whether the text holds only unreserved characters, sub-delimiters, percent triples and `extra`.
@@ -164,7 +172,7 @@ std::string remove_dot_segments(std::string_view input) {
         } else {
             const std::size_t end = input.find('/', 1);
             output += input.substr(0, end);
-            input = end == std::string_view::npos ? std::string_view() : input.substr(end);
+            input = input.substr(std::min(end, input.size()));
         }
     }
     return output;
@@ -236,10 +244,12 @@ Url Url::operator/(const std::string& path) const {
     if (path.empty()) return *this;
     if (path.front() == '?') return Url(text_ + path);
     if (path.front() == '#') return Url(text_.substr(0, text_.find('#')) + path);
+    std::size_t end = text_.size();
+    for (const std::size_t start = path_start(text_); end > start && text_[end - 1] == '/';) {
+        --end;
+    }
     const std::size_t tail = path.find_first_not_of('/');
-    const std::size_t end = text_.find_last_not_of('/');
-    return Url(text_.substr(0, end == std::string::npos ? 0 : end + 1) + "/" +
-               (tail == std::string::npos ? "" : path.substr(tail)));
+    return Url(text_.substr(0, end) + "/" + (tail == std::string::npos ? "" : path.substr(tail)));
 }
 
 Url Url::operator%(const char* base) const {
@@ -247,6 +257,15 @@ Url Url::operator%(const char* base) const {
     if (against.empty()) return *this;
     return Url(resolve(split(text_), split(against)));
 }
+
+Url Url::operator%(const std::string& base) const { return *this % base.c_str(); }
+
+bool operator==(const Url& left, const Url& right) { return std::strcmp(left, right) == 0; }
+bool operator==(const Url& left, const char* right) { return left == Url(right); }
+bool operator==(const char* left, const Url& right) { return right == left; }
+bool operator!=(const Url& left, const Url& right) { return !(left == right); }
+bool operator!=(const Url& left, const char* right) { return !(left == right); }
+bool operator!=(const char* left, const Url& right) { return !(right == left); }
 
 std::ostream& operator<<(std::ostream& out, const Url& url) {
     return out << static_cast<const char*>(url);

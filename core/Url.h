@@ -31,9 +31,10 @@ public:
     /// The text, valid while the URL lives.
     operator const char*() const { return text_.c_str(); }
 
-    /// A textual join with exactly one slash at the seam. A path that begins with "?" is put behind
-    /// as it stands, one that begins with "#" replaces the fragment, an empty one changes nothing.
-    /// Works on any text; no dot segment is folded.
+    /// A textual join with exactly one slash at the seam; slashes that belong to the scheme or the
+    /// authority stay. A path that begins with "?" is put behind as it stands, one that begins with
+    /// "#" replaces the fragment, an empty one changes nothing. Works on any text; no dot segment
+    /// is folded, and a path with a scheme is joined like any other.
     /// @{
     Url operator/(const char* path) const;
     Url operator/(const std::string& path) const;
@@ -41,12 +42,24 @@ public:
     /// This reference made absolute against `base` by the rules of RFC 3986. A reference that is
     /// only a fragment keeps the base's path and query as they stand; an empty one gives the base
     /// without its fragment; an empty base leaves the reference as it is. Works on any text.
+    /// @{
     Url operator%(const char* base) const;
+    Url operator%(const std::string& base) const;
+    /// @}
 
 private:
     std::string text_;
 };
 
+/// Whether the texts are the same.
+/// @{
+GATECAST_EXPORT bool operator==(const Url& left, const Url& right);
+GATECAST_EXPORT bool operator==(const Url& left, const char* right);
+GATECAST_EXPORT bool operator==(const char* left, const Url& right);
+GATECAST_EXPORT bool operator!=(const Url& left, const Url& right);
+GATECAST_EXPORT bool operator!=(const Url& left, const char* right);
+GATECAST_EXPORT bool operator!=(const char* left, const Url& right);
+/// @}
 GATECAST_EXPORT std::ostream& operator<<(std::ostream& out, const Url& url);
 
 } // namespace qx

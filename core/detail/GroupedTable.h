@@ -97,6 +97,9 @@ public:
 
     bool empty() const noexcept { return size_ == 0; }
     std::size_t size() const noexcept { return size_; }
+    /// Places for groups: 0 at first, then 11, then as many as keep the entries from outnumbering
+    /// them.
+    std::size_t bucketCount() const noexcept { return bucketCount_; }
     iterator begin() noexcept { return iterator(first_); }
     iterator end() noexcept { return iterator(); }
     const_iterator begin() const noexcept { return const_iterator(first_); }
@@ -119,9 +122,10 @@ public:
         return iterator(place(node.release()));
     }
 
-    /// Removes the entry and returns the next one.
+    /// Removes the entry and returns the next one; nothing happens at the end.
     iterator erase(const_iterator where) {
         Node* node = where.node_;
+        if (node == nullptr) return end();
         Node* next = node->next;
         leave_group(node);
         unlink(node);
@@ -148,9 +152,6 @@ public:
         std::swap(bucketCount_, other.bucketCount_);
         buckets_.swap(other.buckets_);
     }
-
-    /// A const iterator's place for writing.
-    iterator writable(const_iterator where) noexcept { return iterator(where.node_); }
 
 private:
     static constexpr std::size_t kFirstBuckets = 11;
@@ -181,15 +182,20 @@ private:
 
     Node* place(Node* node) {
         Node* leader = leader_by_identity(node->entry.first, node->hash);
-        if (leader != nullptr) {
-            link_behind(leader->last, node);
-            leader->last = node;
-        } else {
+        append_to_group(leader != nullptr ? leader : node, node);
+        return node;
+    }
+
+    /// Puts the node at the end of the leader's group; a node that leads itself begins one.
+    void append_to_group(Node* leader, Node* node) {
+        if (leader == node) {
             link_behind(last_, node);
             lead(node, node);
+        } else {
+            link_behind(leader->last, node);
+            leader->last = node;
         }
         ++size_;
-        return node;
     }
 
     /// Makes the node the leader of a group that ends with `groupLast`.
@@ -247,9 +253,12 @@ private:
     void append(const GroupedTable& source) {
         if (source.size_ == 0) return;
         rehash(source.bucketCount_);
+        Node* leader = nullptr;
         try {
             for (const Node* node = source.first_; node != nullptr; node = node->next) {
-                place(new Node(node->entry.first, node->entry.second, node->hash));
+                Node* copy = new Node(node->entry.first, node->entry.second, node->hash);
+                if (node->last != nullptr) leader = copy;
+                append_to_group(leader, copy);
             }
         } catch (...) {
             clear();

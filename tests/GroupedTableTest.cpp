@@ -1,0 +1,312 @@
+// SPDX-License-Identifier: MIT
+#include "core/detail/GroupedTable.h"
+
+#include "core/StringPool.h"
+
+#include <boost/intrusive_ptr.hpp>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Key = boost::intrusive_ptr<qx::IntrusiveString>;
+using Table = qx::detail::GroupedTable<std::string>;
+
+static_assert(std::is_same_v<std::forward_iterator_tag,
+                             std::iterator_traits<Table::iterator>::iterator_category>);
+static_assert(std::is_same_v<std::pair<const Key, std::string>&,
+                             std::iterator_traits<Table::iterator>::reference>);
+static_assert(std::is_same_v<const std::pair<const Key, std::string>&,
+                             std::iterator_traits<Table::const_iterator>::reference>);
+static_assert(std::is_convertible_v<Table::iterator, Table::const_iterator>);
+static_assert(!std::is_convertible_v<Table::const_iterator, Table::iterator>);
+
+Key make_key(const char* text) { return Key(new qx::IntrusiveString(text)); }
+
+Table::iterator insert(Table& table, const Key& key, const std::string& value) {
+    return table.insert(key, value, key->hash());
+}
+
+Table::const_iterator find(const Table& table, const Key& key) {
+    return table.find(key->c_str(), key->hash());
+}
+
+/// The values of one key, from the first that a lookup finds to the end of its group.
+std::vector<std::string> group(const Table& table, const Key& key) {
+    std::vector<std::string> values;
+    for (auto it = find(table, key); it != table.end() && it->first == key; ++it) {
+        values.push_back(it->second);
+    }
+    return values;
+}
+
+TEST(GroupedTable, HasNoBucketsWhileItIsEmpty) {
+    const Table table;
+    EXPECT_EQ(0u, table.bucketCount());
+    EXPECT_EQ(0u, Table(table).bucketCount());
+    EXPECT_TRUE(table.begin() == table.end());
+    EXPECT_TRUE(table.find("a", 1) == table.end());
+}
+
+TEST(GroupedTable, BeginsWithElevenBucketsAndNeverHoldsMoreEntriesThanBuckets) {
+    Table table;
+    for (int i = 0; i < 11; ++i) {
+        insert(table, make_key("a"), "");
+        EXPECT_EQ(11u, table.bucketCount());
+    }
+    for (int i = 11; i < 1000; ++i) {
+        insert(table, make_key("a"), "");
+        EXPECT_LE(table.size(), table.bucketCount());
+        EXPECT_LE(table.bucketCount(), 3 * table.size());
+    }
+}
+
+TEST(GroupedTable, FindsTheFirstOfEqualEntriesAndTheOthersBehindIt) {
+    Table table;
+    const Key a = make_key("a");
+    const Key b = make_key("b");
+    insert(table, a, "1");
+    insert(table, b, "2");
+    insert(table, a, "3");
+    insert(table, b, "4");
+    insert(table, a, "5");
+    EXPECT_EQ((std::vector<std::string>{"1", "3", "5"}), group(table, a));
+    EXPECT_EQ((std::vector<std::string>{"2", "4"}), group(table, b));
+    EXPECT_EQ(5u, table.size());
+}
+
+TEST(GroupedTable, PlacesByIdentityAndFindsByText) {
+    Table table;
+    const Key one = make_key("a");
+    const Key two = make_key("a");
+    insert(table, one, "1");
+    insert(table, two, "2");
+    insert(table, one, "3");
+    // Two groups with one text: the later one stands at the front of its bucket.
+    EXPECT_EQ((std::vector<std::string>{"2"}), group(table, two));
+    EXPECT_EQ("2", table.find("a", one->hash())->second);
+}
+
+TEST(GroupedTable, ErasingAnswersTheNextEntry) {
+    Table table;
+    const Key a = make_key("a");
+    insert(table, a, "1");
+    const Table::iterator second = insert(table, a, "2");
+    insert(table, a, "3");
+    const Table::iterator next = table.erase(second);
+    EXPECT_EQ("3", next->second);
+    EXPECT_TRUE(table.erase(next) == table.end());
+    EXPECT_EQ((std::vector<std::string>{"1"}), group(table, a));
+    EXPECT_TRUE(table.erase(table.end()) == table.end());
+    EXPECT_EQ(1u, table.size());
+}
+
+TEST(GroupedTable, AGroupSurvivesTheLossOfItsFirstAndOfItsLastEntry) {
+    Table table;
+    const Key a = make_key("a");
+    for (const char* value : {"1", "2", "3", "4"}) {
+        insert(table, a, value);
+    }
+    table.erase(find(table, a));
+    table.erase(std::next(find(table, a), 2));
+    insert(table, a, "5");
+    EXPECT_EQ((std::vector<std::string>{"2", "3", "5"}), group(table, a));
+}
+
+// The only way to see a hash that was made anew: the text of the key has changed meanwhile.
+TEST(GroupedTable, ACopyKeepsTheStoredHashes) {
+    Table table;
+    const Key key = make_key("old");
+    const std::size_t old = key->hash();
+    insert(table, key, "1");
+    *key = "new";
+    const Table copy(table);
+    EXPECT_TRUE(copy.find("new", key->hash()) == copy.end());
+    EXPECT_FALSE(copy.find("new", old) == copy.end());
+}
+
+TEST(GroupedTable, GrowthKeepsTheStoredHashes) {
+    Table table;
+    const Key key = make_key("old");
+    const std::size_t old = key->hash();
+    insert(table, key, "1");
+    *key = "new";
+    for (int i = 0; i < 100; ++i) {
+        insert(table, make_key(std::to_string(i).c_str()), "");
+    }
+    EXPECT_FALSE(table.find("new", old) == table.end());
+}
+
+/// A value whose copy can fail.
+struct Fragile {
+    bool fails = false;
+    Fragile() = default;
+    explicit Fragile(bool failing) : fails(failing) {}
+    Fragile(const Fragile& source) : fails(source.fails) {
+        if (armed && fails) throw std::runtime_error("copied");
+    }
+    Fragile& operator=(const Fragile&) = default;
+    static bool armed;
+};
+bool Fragile::armed = false;
+
+TEST(GroupedTable, AFailedCopyLeavesNothingBehind) {
+    qx::detail::GroupedTable<Fragile> table;
+    const Key key = make_key("a");
+    for (int i = 0; i < 20; ++i) {
+        table.insert(key, Fragile(i == 15), key->hash());
+    }
+    Fragile::armed = true;
+    EXPECT_THROW(qx::detail::GroupedTable<Fragile> copy(table), std::runtime_error);
+    EXPECT_THROW(table.insert(key, Fragile(true), key->hash()), std::runtime_error);
+    Fragile::armed = false;
+    EXPECT_EQ(20u, table.size());
+    EXPECT_EQ(21u, key->use_count());
+}
+
+TEST(GroupedTable, ManyEntriesAreDestroyedOneAfterTheOther) {
+    const Key key = make_key("a");
+    {
+        qx::detail::GroupedTable<int> table;
+        for (int i = 0; i < 300000; ++i) {
+            table.insert(key, i, key->hash());
+        }
+        EXPECT_EQ(300001u, key->use_count());
+    }
+    EXPECT_EQ(1u, key->use_count());
+}
+
+// ----- Random sequences against a simple model
+// ----------------------------------------------------
+
+/// The entries of each key, in order of insertion, with the place where the value lies in memory.
+class Model {
+public:
+    struct Entry {
+        Key key;
+        std::string value;
+        const std::string* address;
+    };
+
+    std::vector<Entry> entries;
+
+    std::size_t first(const Key& key) const {
+        const auto same = [&](const Entry& entry) { return entry.key == key; };
+        return static_cast<std::size_t>(std::find_if(entries.begin(), entries.end(), same) -
+                                        entries.begin());
+    }
+    std::vector<Entry> of(const Key& key) const {
+        std::vector<Entry> found;
+        std::copy_if(entries.begin(), entries.end(), std::back_inserter(found),
+                     [&](const Entry& entry) { return entry.key == key; });
+        return found;
+    }
+};
+
+void expect_same(const Table& table, const Model& model, const std::vector<Key>& keys,
+                 bool sameAddresses) {
+    ASSERT_EQ(model.entries.size(), table.size());
+    ASSERT_EQ(static_cast<std::ptrdiff_t>(table.size()), std::distance(table.begin(), table.end()));
+    for (const Key& key : keys) {
+        const std::vector<Model::Entry> wanted = model.of(key);
+        auto it = find(table, key);
+        for (const Model::Entry& entry : wanted) {
+            ASSERT_TRUE(it != table.end());
+            ASSERT_EQ(key, it->first);
+            ASSERT_EQ(entry.value, it->second);
+            ASSERT_EQ(sameAddresses, entry.address == &it->second);
+            ++it;
+        }
+        if (wanted.empty()) {
+            ASSERT_TRUE(it == table.end());
+        } else {
+            ASSERT_TRUE(it == table.end() || it->first != key);
+        }
+    }
+}
+
+void run_against_model(unsigned seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    const auto below = [&](std::size_t bound) {
+        return static_cast<std::size_t>(random() % static_cast<unsigned>(bound));
+    };
+    std::vector<Key> keys;
+    for (std::size_t i = 0, count = 1 + below(60); i < count; ++i) {
+        // Half of them share their first 12 characters and so their hash.
+        const std::string text = (i % 2 == 0 ? "k" : "abcdefghijkl") + std::to_string(i);
+        keys.push_back(make_key(text.c_str()));
+    }
+    Table table;
+    Model model;
+    for (int step = 0; step < 400; ++step) {
+        const Key& key = keys[below(keys.size())];
+        switch (below(10)) {
+        case 0:
+        case 1: { // erase the first of a key
+            const auto it = find(table, key);
+            if (it == table.end()) break;
+            table.erase(it);
+            model.entries.erase(model.entries.begin() +
+                                static_cast<std::ptrdiff_t>(model.first(key)));
+            break;
+        }
+        case 2: { // erase any entry
+            if (table.empty()) break;
+            const auto it =
+                std::next(table.begin(), static_cast<std::ptrdiff_t>(below(table.size())));
+            const std::string* address = &it->second;
+            table.erase(it);
+            model.entries.erase(
+                std::find_if(model.entries.begin(), model.entries.end(),
+                             [&](const Model::Entry& entry) { return entry.address == address; }));
+            break;
+        }
+        case 3: { // a copy is the same; in memory it is another
+            if (step % 4 != 0) break;
+            Table copy(table);
+            expect_same(copy, model, keys, false);
+            Table assigned;
+            insert(assigned, key, "gone");
+            assigned = copy;
+            expect_same(assigned, model, keys, false);
+            copy.clear();
+            EXPECT_TRUE(copy.empty());
+            EXPECT_TRUE(copy.begin() == copy.end());
+            break;
+        }
+        case 4: { // swapped there and back
+            Table other;
+            other.swap(table);
+            EXPECT_TRUE(table.empty());
+            table.swap(other);
+            break;
+        }
+        default: {
+            const std::string value = std::to_string(step);
+            const auto it = insert(table, key, value);
+            model.entries.push_back({key, value, &it->second});
+        }
+        }
+        expect_same(table, model, keys, true);
+        if (testing::Test::HasFatalFailure()) return;
+    }
+}
+
+TEST(GroupedTable, BehavesLikeASimpleModelOverRandomSequences) {
+    for (unsigned seed = 0; seed < 20; ++seed) {
+        run_against_model(seed);
+        if (HasFatalFailure()) return;
+    }
+}
+
+} // namespace
