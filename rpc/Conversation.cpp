@@ -264,12 +264,14 @@ void Conversation::handleParseResult(const Variant& value) {
         detail::add_binary_attachment(response.objectValue(), attachmentData, size);
     }
     const Request request = pendingRequests[id].request;
+    // Intended: a response without an id is always checked, one to an unknown id never.
+    // Held by ConversationReceiving.ChecksAResponseWithoutAnIdAlsoWhenNothingIsStored.
     Schema::ValidationResult result;
     if (id == NO_ID || !request.empty()) result = response.validateResult(request.methodName());
     notifyResponse(request, response, result);
 
-    // Intended: the flag that counts is the one that stands now. Held by
-    // ConversationReentry.TheKeepFlagIsReadAfreshAfterTheListeners.
+    // Intended: the flag that counts is the one that a listener may have set meanwhile.
+    // Held by ConversationReentry.TheKeepFlagIsReadAfreshAfterTheListeners.
     const auto entry = pendingRequests.find(id);
     if (entry != pendingRequests.end() && !entry->second.keepAfterResponse) {
         pendingRequests.erase(entry);

@@ -46,15 +46,16 @@ namespace json {
 /// The transport may feed an answer from inside `sendJsonText`, and a listener may call and feed
 /// from inside a callback. In pieces (see the constructor) a request sent from inside
 /// `sendJsonText` goes out behind the one under way.
-/// An exception of the transport or of a listener passes through, the lock released; the
-/// conversation goes on with the next text. What was waiting behind a request whose transport
-/// threw isn't sent.
+/// An exception of the transport or of a listener passes through, the lock released, and the
+/// conversation goes on with the next text. A request whose response a listener threw at stays
+/// pending; what was waiting behind a request whose transport threw isn't sent.
 ///
 /// Threads: locked inside; listeners run under the lock. That holds for the calls, `repeat`,
 /// `open`, `close` and the handling of a response; everything else is for one thread at a time:
 /// one thread feeds, and listeners are registered while no response is under way. The lock is the
-/// recursive one of `qx::SignalPublisher`. Warning: values and their pool of keys aren't locked.
-/// A thread that calls while another one feeds must keep new keys out of both, or serialise them.
+/// recursive one of `qx::SignalPublisher`. Warning: the text is parsed outside it, and the pool
+/// of keys that all values share isn't locked: a thread may call while another one feeds only as
+/// long as no key is new to the process. Where keys may be new, serialise the two.
 class GATECAST_EXPORT Conversation : public qx::SignalPublisher,
                                      public virtual IJsonParserListener,
                                      public virtual IResponseListener {

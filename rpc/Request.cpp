@@ -48,6 +48,8 @@ void Request::setup(const qx::IntrusiveString& method, const Variant& args, std:
         params.convertToEmptyList();
         params << given;
     }
+    // Intended: a negative id is written, although a response leaves it out.
+    // Held by Request.WritesEveryIdButZero.
     if (id != 0) {
         (*this)[kId] = id;
         return;
@@ -68,6 +70,8 @@ bool Request::appendArg(const Variant& arg) {
     const std::size_t index = args.size();
     const boost::intrusive_ptr<Schema> schema =
         Schema::resolve(argsSchemaUrl(methodName(), index), qx::Url());
+    // Intended: the argument stays whatever the answer is.
+    // Held by Request.AppendArgKeepsAnArgumentWithoutASchemaAndAnswersFalse.
     args << appended;
     return schema && schema->validate(args[index]).ok();
 }

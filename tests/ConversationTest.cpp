@@ -107,6 +107,18 @@ std::string text_of(const json::List& list) { return sorted_text(Variant(list));
 
 } // namespace
 
+namespace {
+
+/// Works before `main`, in whatever order translation units are initialised.
+struct CallingAtLoad : RecordingConversation {
+    CallingAtLoad() {
+        call0("m", AUTO_ID);
+        receive(R"({"id":1000,"result":1})");
+    }
+} callingAtLoad;
+
+} // namespace
+
 // ----- Construction ------------------------------------------------------------------------------
 
 TEST(Conversation, HasOneRootInterfaceAndBeginsWithItsPublisher) {
@@ -338,6 +350,11 @@ TEST(Conversation, CompilesAsAnApplicationWritesIt) {
     const Request& request = conversation.call("last", Conversation::AUTO_ID);
     EXPECT_EQ(R"({"id":1009,"method":"last","params":[-1]})", sorted_text(request));
     EXPECT_EQ(10u, conversation.sent.size());
+}
+
+TEST(Conversation, ServesAStaticObjectOfAnApplication) {
+    EXPECT_EQ(R"({"id":1000,"method":"m","params":[]})", callingAtLoad.sentText(0));
+    EXPECT_TRUE(callingAtLoad.pendingRequests.empty());
 }
 
 TEST(Conversation, WarnsOfNoRequestWithoutASchema) {

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <type_traits>
 
@@ -76,6 +77,19 @@ TEST(Request, IsAssignedFromRequestsAndValues) {
     EXPECT_EQ(R"({"id":2,"method":"m","params":[1]})", sorted_text(request));
     request = parsed(R"({"method":"n"})");
     EXPECT_STREQ("n", request.methodName().c_str());
+}
+
+TEST(Request, ComparesAndPrintsAsTheValueThatItIs) {
+    const Request request("m", 1, 7);
+    EXPECT_TRUE(request == Request("m", 1, 7));
+    EXPECT_TRUE(request != Request("m", 1, 8));
+    EXPECT_TRUE(request["id"] == 7);
+    EXPECT_TRUE(request["method"] == "m");
+    EXPECT_TRUE(request.methodName() == "m");
+    EXPECT_TRUE(request);
+    std::ostringstream out;
+    out << Request(Variant("text"));
+    EXPECT_EQ("\"text\"", out.str());
 }
 
 TEST(Request, IsBuiltWithMethodArgumentsAndId) {
