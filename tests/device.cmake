@@ -1,6 +1,9 @@
 # tests of the layer device: gatecast_add_tests(device_tests XTest.cpp ...)
 gatecast_add_tests(device_tests
+    CacheTest.cpp
+    CommandRoadTest.cpp
     DeviceResponsesTest.cpp
     GatecastConversationTest.cpp
     HeaderUpdateTest.cpp
-    MailBoxTest.cpp)
+    MailBoxTest.cpp
+    PreviewTest.cpp)
