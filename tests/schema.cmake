@@ -1,2 +1,5 @@
 gatecast_add_tests(schema_tests
-    ValidationResultTest.cpp)
+    SchemaCheckTest.cpp
+    SchemaDefaultsTest.cpp
+    SchemaLoadingTest.cpp
+    SchemaRegistryTest.cpp)
