@@ -1,5 +1,7 @@
 gatecast_add_tests(json_tests
     DeepValueTest.cpp
+    JsonParserTest.cpp
+    JsonPrinterTest.cpp
     ListTest.cpp
     NaturalCodeTest.cpp
     ObjectTest.cpp
