@@ -30,6 +30,14 @@ struct StringHash {
     }
 };
 
+namespace detail {
+
+/// Where maps place a key and look for it: `hash_of_text`, spread by what that leaves out of a long
+/// text. Keys come from peers, and many that begin alike must not meet in one bucket.
+GATECAST_EXPORT std::size_t placing_hash(const char* text) noexcept;
+
+} // namespace detail
+
 /// Two keys are equal when they are the same string object.
 template <typename S>
 struct PooledStringEquals {
@@ -78,8 +86,7 @@ private:
         return {key->c_str(), key->length()};
     }
 
-    // All of the text, where `StringHash` stops after 12 characters: the texts come from peers, and
-    // many long ones with the same beginning must not meet in one bucket.
+    // All of the text, for the same reason as in `placing_hash`.
     struct TextHash {
         std::size_t operator()(std::string_view key) const noexcept {
             return std::hash<std::string_view>()(key);

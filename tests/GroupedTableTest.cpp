@@ -303,7 +303,7 @@ void run_against_model(unsigned seed) {
 }
 
 TEST(GroupedTable, BehavesLikeASimpleModelOverRandomSequences) {
-    for (unsigned seed = 0; seed < 20; ++seed) {
+    for (unsigned seed = 0; seed < 15; ++seed) {
         run_against_model(seed);
         if (HasFatalFailure()) return;
     }

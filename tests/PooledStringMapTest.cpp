@@ -695,7 +695,7 @@ public:
     explicit Sequence(unsigned seed) : random_(seed) {}
 
     void run() {
-        for (int step = 0; step < 600; ++step) {
+        for (int step = 0; step < 300; ++step) {
             change(std::to_string(step % 7));
             compare(map_);
             if (step % 50 == 0) {
@@ -808,7 +808,7 @@ private:
 };
 
 TEST(PooledStringMap, BehavesLikeASimpleModelOverRandomSequences) {
-    for (unsigned seed = 0; seed < 15; ++seed) {
+    for (unsigned seed = 0; seed < 10; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Sequence(seed).run();
         if (HasFatalFailure()) return;

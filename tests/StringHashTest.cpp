@@ -104,6 +104,31 @@ TEST(StringHash, FollowsATextThatIsWrittenThroughItsReference) {
     EXPECT_EQ(0x9e377a1au, text.hash());
 }
 
+TEST(StringHash, PlacesAShortTextByItsHashAlone) {
+    EXPECT_EQ(0u, qx::detail::placing_hash(""));
+    EXPECT_EQ(0x29b55331d5d606a4u, qx::detail::placing_hash("method"));
+    EXPECT_EQ(0x69de8715c1f9a37au, qx::detail::placing_hash("abcdefghijkl"));
+}
+
+// Without this a peer's object of many long keys costs the square of their number.
+TEST(StringHash, PlacesTextsOfOneHashApart) {
+    struct Row {
+        const char* left;
+        const char* right;
+        const char* why;
+    };
+    const Row rows[] = {
+        {"abcdefghijklm", "abcdefghijkln", "they differ behind the 12th character"},
+        {"\x80m", "\x80n", "they differ behind a stray byte"},
+        {"\xc0\x80m", "\xc0\x80n", "they differ behind a value of 0"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.why);
+        EXPECT_EQ(qx::IntrusiveString(row.left).hash(), qx::IntrusiveString(row.right).hash());
+        EXPECT_NE(qx::detail::placing_hash(row.left), qx::detail::placing_hash(row.right));
+    }
+}
+
 TEST(StringHash, PooledKeysAreEqualWhenTheyAreTheSameObject) {
     const Pointer one(new qx::IntrusiveString("a"));
     const Pointer two(new qx::IntrusiveString("a"));

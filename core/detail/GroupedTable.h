@@ -174,7 +174,8 @@ private:
 
     Node* leader_by_identity(const Key& key, std::size_t hash) const {
         Node* leader = bucket(hash);
-        while (leader != nullptr && leader->entry.first != key) {
+        const PooledStringEquals<IntrusiveString> same;
+        while (leader != nullptr && !same(leader->entry.first, key)) {
             leader = leader->chained;
         }
         return leader;
