@@ -1,4 +1,4 @@
-# Finds the packaged yajl: defines Yajl::yajl and Yajl_VERSION.
+# Finds yajl, which brings no CMake config of its own: defines Yajl::yajl and Yajl_VERSION.
 find_path(Yajl_INCLUDE_DIR yajl/yajl_parse.h)
 find_library(Yajl_LIBRARY NAMES yajl)
 if(Yajl_INCLUDE_DIR AND EXISTS ${Yajl_INCLUDE_DIR}/yajl/yajl_version.h)
