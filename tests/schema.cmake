@@ -1,5 +1,7 @@
 gatecast_add_tests(schema_tests
+    SchemaBindingTest.cpp
     SchemaCheckTest.cpp
     SchemaDefaultsTest.cpp
     SchemaLoadingTest.cpp
+    SchemaPropertyTest.cpp
     SchemaRegistryTest.cpp)
