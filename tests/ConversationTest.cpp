@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "rpc/Conversation.h"
 
+#include "support/MethodSchemas.h"
 #include "support/RecordingConversation.h"
 
 #include <boost/make_shared.hpp>
@@ -26,6 +27,7 @@ using json::Request;
 using json::Response;
 using json::Schema;
 using json::Variant;
+using test::CapturedStream;
 using test::CountingListener;
 using test::RecordingConversation;
 using test::sorted_text;
@@ -84,26 +86,9 @@ public:
     }
 };
 
-/// Puts a stream's text where a test can read it, for as long as it lives.
-class Captured {
-public:
-    explicit Captured(std::ostream& stream) : stream_(stream), old_(stream.rdbuf(text_.rdbuf())) {}
-    ~Captured() { stream_.rdbuf(old_); }
-    Captured(const Captured&) = delete;
-    Captured& operator=(const Captured&) = delete;
-    std::string text() const { return text_.str(); }
-
-private:
-    std::ostringstream text_;
-    std::ostream& stream_;
-    std::streambuf* old_;
-};
-
 std::string joined(const std::vector<std::string>& pieces) {
     return std::accumulate(pieces.begin(), pieces.end(), std::string());
 }
-
-std::string text_of(const json::List& list) { return sorted_text(Variant(list)); }
 
 } // namespace
 
@@ -363,6 +348,35 @@ TEST(Conversation, WarnsOfNoRequestWithoutASchema) {
     EXPECT_TRUE(conversation.log.empty());
 }
 
+TEST(Conversation, WarnsEveryListenerOfARequestThatFailsValidationAndSendsItAllTheSame) {
+    test::register_method("conversation.warn");
+    RecordingConversation conversation;
+    CountingListener listener;
+    listener.answer = false;
+    conversation.registerListener(&listener);
+    const CapturedStream err(std::cerr);
+    conversation.call("conversation.warn", 5, 101);
+    EXPECT_EQ("warning: json validation failed\n" + conversation.sent.at(0) + "\n", err.text());
+    ASSERT_EQ(1u, listener.warnings.size());
+    EXPECT_EQ(R"({"id":101,"method":"conversation.warn","params":[5]})",
+              sorted_text(listener.warnings[0].request));
+    EXPECT_EQ(Schema::WrongDataType, listener.warnings[0].result.code);
+    EXPECT_EQ(R"({"id":101,"method":"conversation.warn","params":[5]})", conversation.sentText(0));
+
+    conversation.repeat(101);
+    EXPECT_EQ(2u, conversation.sent.size());
+    EXPECT_EQ(1u, listener.warnings.size()) << "what is repeated isn't validated again";
+}
+
+TEST(Conversation, WarnsOfNoRequestThatPassesValidation) {
+    test::register_method("conversation.pass");
+    LoggingConversation conversation;
+    conversation.call2("conversation.pass", "a", 1);
+    conversation.call0("conversation.pass");
+    EXPECT_TRUE(conversation.log.empty());
+    EXPECT_EQ(2u, conversation.sent.size());
+}
+
 TEST(Conversation, RepeatsTheStoredRequestAsItStands) {
     RecordingConversation conversation;
     conversation.call("m", 1, 101, true);
@@ -521,6 +535,21 @@ TEST_F(ConversationReceiving, KeepsASubscriptionForAnyNumberOfResponses) {
     }
 }
 
+TEST_F(ConversationReceiving, DeliversAResponseThatFailsValidationWithTheFailingResult) {
+    test::register_method("conversation.result");
+    conversation.subscribe2("conversation.result", "a", 1, 101);
+    conversation.receive(R"({"id":101,"result":true})");
+    conversation.receive(R"({"id":101,"result":5})");
+    conversation.receive(R"({"id":101,"result":false})");
+    ASSERT_EQ(3u, listener.responses.size());
+    EXPECT_EQ(Schema::NoError, listener.responses[0].result.code);
+    EXPECT_EQ(Schema::WrongDataType, listener.responses[1].result.code);
+    EXPECT_EQ(5, listener.responses[1].result.value.integerValue());
+    EXPECT_EQ(5, listener.responses[1].response.result().integerValue());
+    EXPECT_EQ(Schema::NoError, listener.responses[2].result.code);
+    EXPECT_TRUE(conversation.isPending(101));
+}
+
 TEST_F(ConversationReceiving, DeliversAnUnknownIdAsValidWithABlankEntryThatGoesAgain) {
     bool blankWhileToldOfIt = false;
     listener.whenHandled = [&](const Request&, const Response&) {
@@ -591,8 +620,9 @@ TEST_F(ConversationReceiving, DeliversATextThatIsNoObjectAsAnEmptyResponse) {
 }
 
 TEST_F(ConversationReceiving, DeliversTheAnswerToListMethodsLikeAnyOther) {
+    const test::CapturedConsole quiet;
     conversation.open();
-    conversation.receive(R"({"id":1,"result":[{"method":"door"}]})");
+    conversation.receive(R"({"id":1,"result":[{"method":"conversation.listed"}]})");
     EXPECT_EQ("list_methods", listener.methodOf(0));
     EXPECT_TRUE(conversation.isPending(1));
 }
@@ -844,7 +874,7 @@ TEST(Conversation, CombinesTheAnswersOfAllListenersAndCallsEveryOne) {
         shared->answer = row.shared;
         EXPECT_EQ(row.all, conversation.notifyResponse(Request(), response, Schema::NoError));
         {
-            const Captured quiet(std::cerr);
+            const CapturedStream quiet(std::cerr);
             EXPECT_EQ(row.all,
                       conversation.notifyValidationWarning(Request(), Schema::WrongDataType));
         }
@@ -869,7 +899,7 @@ TEST(Conversation, HandsRequestResponseAndResultToEveryListener) {
     EXPECT_EQ(Schema::InvalidValue, listener.responses[0].result.code);
     EXPECT_STREQ("why", listener.responses[0].result.detail.charsValue());
 
-    const Captured quiet(std::cerr);
+    const CapturedStream quiet(std::cerr);
     conversation.notifyValidationWarning(Request("n", 1, 6), result);
     ASSERT_EQ(1u, listener.warnings.size());
     EXPECT_STREQ("n", listener.warnings[0].request.methodName().c_str());
@@ -887,7 +917,7 @@ TEST(Conversation, AnswersTrueAsItsOwnListener) {
 
 TEST(Conversation, WritesTheOwnWarningToTheErrorStream) {
     RecordingConversation conversation;
-    const Captured err(std::cerr);
+    const CapturedStream err(std::cerr);
     EXPECT_TRUE(conversation.warningRequestValidation(Request(Variant(5)), Schema::WrongDataType));
     EXPECT_EQ("warning: json validation failed\n5\n", err.text());
 }
@@ -895,7 +925,7 @@ TEST(Conversation, WritesTheOwnWarningToTheErrorStream) {
 TEST(Conversation, WritesNoRequestIntoTheOwnWarningWhenItIsFalse) {
     RecordingConversation conversation;
     for (const Request& request : {Request(), Request(Variant(0)), Request(Variant::newObject())}) {
-        const Captured err(std::cerr);
+        const CapturedStream err(std::cerr);
         EXPECT_TRUE(conversation.warningRequestValidation(request, Schema::WrongDataType));
         EXPECT_EQ("warning: json validation failed\n", err.text());
     }
@@ -905,11 +935,11 @@ TEST(Conversation, WritesNoRequestIntoTheOwnWarningWhenItIsFalse) {
 TEST(Conversation, TheOwnWarningShowsTheResultOnlyWhenItIsNoError) {
     RecordingConversation conversation;
     {
-        const Captured err(std::cerr);
+        const CapturedStream err(std::cerr);
         conversation.warningRequestValidation(Request(), Schema::InvalidValue);
         EXPECT_EQ("warning: json validation failed\n", err.text());
     }
-    const Captured err(std::cerr);
+    const CapturedStream err(std::cerr);
     conversation.warningRequestValidation(Request(Variant(5)), Schema::NoError);
     EXPECT_EQ("warning: json validation failed\n5\n"
               "Schema Validation Error (0): no error\nat: \n\n",
@@ -920,7 +950,7 @@ TEST(Conversation, WritesARequestAsCompactTextAndAsItStandsNow) {
     RecordingConversation conversation;
     Request request("m", 1, 0);
     for (const char* params : {"[1]", "[1,2]"}) {
-        const Captured err(std::cerr);
+        const CapturedStream err(std::cerr);
         conversation.warningRequestValidation(request, Schema::InvalidValue);
         const std::string text = err.text();
         const std::string head = "warning: json validation failed\n";
@@ -1127,19 +1157,20 @@ TEST_F(ConversationReentry, ACallUnderTheSameIdFromInsidePiecesLeavesTheTextUnde
 }
 
 TEST_F(ConversationReentry, AListenerOfAWarningMayReplaceTheRequest) {
-    RecordingConversation other;
-    CountingListener warned;
+    test::register_method("conversation.replace");
     CountingListener later;
-    other.registerListener(&warned);
-    other.registerListener(&later);
-    const Captured quiet(std::cerr);
-    other.call("first", "p", 101);
-    warned.whenWarned = [&](const Request&) { other.call("second", "q", 101); };
-    other.notifyValidationWarning(Request(other.pendingRequests[101].request),
-                                  Schema::InvalidValue);
-    EXPECT_EQ(R"({"id":101,"method":"first","params":["p"]})",
-              sorted_text(later.warnings.at(0).request));
-    EXPECT_EQ(R"({"id":101,"method":"second","params":["q"]})", other.sentText(1));
+    conversation.registerListener(&later);
+    const CapturedStream quiet(std::cerr);
+    listener.whenWarned = [&](const Request&) { conversation.call("second", "q", 101); };
+    conversation.call("conversation.replace", 5, 101);
+    // Each request is sent once, and each listener is shown the one that it is warned of.
+    ASSERT_EQ(2u, conversation.sent.size());
+    EXPECT_EQ(R"({"id":101,"method":"second","params":["q"]})", conversation.sentText(0));
+    EXPECT_EQ(R"({"id":101,"method":"conversation.replace","params":[5]})",
+              conversation.sentText(1));
+    ASSERT_EQ(1u, later.warnings.size());
+    EXPECT_EQ(R"({"id":101,"method":"conversation.replace","params":[5]})",
+              sorted_text(later.warnings[0].request));
 }
 
 TEST_F(ConversationReentry, AListenerRegistersAndLetsGoOfListeners) {
@@ -1286,7 +1317,7 @@ TEST(ConversationRoad, OneCommandAndItsEventsGoTheirWay) {
         EXPECT_EQ(R"({"id":101,"method":"subscription","params":["door",true]})",
                   sorted_text(event.request));
         EXPECT_STREQ(state, event.response.firstResult().charsValue());
-        EXPECT_EQ(R"(["jpeg"])", text_of(event.response["binary-attachment-list"]));
+        EXPECT_EQ(R"(["jpeg"])", sorted_text(event.response["binary-attachment-list"]));
         EXPECT_EQ(Schema::SchemaNotFound, event.result.code);
         EXPECT_TRUE(conversation.isPending(101));
     }

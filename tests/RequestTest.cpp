@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "rpc/Request.h"
 
+#include "support/MethodSchemas.h"
 #include "support/SortedText.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 using json::Request;
 using json::Variant;
 using test::sorted_text;
+using test::text_of;
 
 // The envelope is the value: no fields, no table, and any value converts.
 static_assert(sizeof(Request) == sizeof(Variant));
@@ -28,8 +30,6 @@ static_assert(std::is_same_v<std::int64_t, decltype(std::declval<const Request&>
 namespace {
 
 Variant parsed(const char* text) { return json::JsonParser::parseTree(text); }
-
-std::string text_of(const qx::Url& url) { return static_cast<const char*>(url); }
 
 } // namespace
 
@@ -293,6 +293,45 @@ TEST(Request, ValidateArgsAddsNoMember) {
     Request request;
     EXPECT_EQ(json::Schema::SchemaNotFound, request.validateArgs().code);
     EXPECT_TRUE(request.isNull());
+}
+
+TEST(Request, ValidateArgsChecksTheArgumentsAgainstTheMethodsSchema) {
+    test::register_method("request.check");
+    const struct {
+        const char* args;
+        std::int32_t code;
+    } rows[] = {
+        {R"(["a",1])", json::Schema::NoError},
+        {R"(["a"])", json::Schema::NoError},
+        {"[]", json::Schema::NoError},
+        {R"([1,1])", json::Schema::WrongDataType},
+        {R"(["a","b"])", json::Schema::WrongDataType},
+        {R"(["a",1,2])", json::Schema::SchemaNotDefinedForArrayItem},
+    };
+    for (const auto& row : rows) {
+        const Request request("request.check", parsed(row.args), 1);
+        EXPECT_EQ(row.code, request.validateArgs().code) << row.args;
+    }
+}
+
+TEST(Request, ValidateArgsGivesACopyOfTheResult) {
+    test::register_method("request.copy");
+    const json::Schema::ValidationResult first = Request("request.copy", 1, 1).validateArgs();
+    const json::Schema::ValidationResult second = Request("request.copy", "a", 1).validateArgs();
+    EXPECT_EQ(json::Schema::WrongDataType, first.code);
+    EXPECT_EQ(1, first.value.integerValue());
+    EXPECT_TRUE(second.ok());
+}
+
+TEST(Request, AppendArgJudgesAnArgumentByThePlaceThatItTakes) {
+    test::register_method("request.append");
+    Request request("request.append", Variant::EmptyList, 1);
+    EXPECT_TRUE(request.appendArg("a"));
+    EXPECT_FALSE(request.appendArg("b")) << "an integer is due here";
+    EXPECT_FALSE(request.appendArg(3)) << "nothing is known of this place";
+    EXPECT_EQ(R"(["a","b",3])", sorted_text(request["params"]));
+    Request other("request.append", "a", 1);
+    EXPECT_TRUE(other.appendArg(2));
 }
 
 TEST(Request, NamesItsSchemasUnderTheBaseUrl) {

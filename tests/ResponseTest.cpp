@@ -2,6 +2,7 @@
 #include "rpc/Response.h"
 
 #include "rpc/detail/Attachments.h"
+#include "support/MethodSchemas.h"
 #include "support/SortedText.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 using json::Response;
 using json::Variant;
 using test::sorted_text;
+using test::text_of;
 
 // The envelope is the value: no fields, no table, and any value converts.
 static_assert(sizeof(Response) == sizeof(Variant));
@@ -29,8 +31,6 @@ namespace {
 Variant parsed(const char* text) { return json::JsonParser::parseTree(text); }
 
 Response response(const char* text) { return Response(parsed(text)); }
-
-std::string text_of(const qx::Url& url) { return static_cast<const char*>(url); }
 
 } // namespace
 
@@ -207,6 +207,29 @@ TEST(Response, ValidateResultReportsAnEmptyOrUnknownMethodAsNotFound) {
         EXPECT_EQ(json::Schema::SchemaNotFound, result.code) << method;
         EXPECT_EQ(nullptr, result.schema) << method;
     }
+}
+
+TEST(Response, ValidateResultChecksTheResultAgainstTheMethodsSchema) {
+    test::register_method("response.check");
+    EXPECT_EQ(json::Schema::NoError, Response(true, 1).validateResult("response.check").code);
+    EXPECT_EQ(json::Schema::WrongDataType, Response("a", 1).validateResult("response.check").code);
+    const Response none = response("{}");
+    EXPECT_EQ(json::Schema::WrongDataType, none.validateResult("response.check").code);
+    EXPECT_EQ("{}", sorted_text(none)) << "the check added a member";
+}
+
+TEST(Response, ValidateResultLooksAnEmptyNameUpNowhere) {
+    test::import_text(R"({"id":")" + text_of(Response::resultSchemaUrl("")) +
+                      R"(","type":"boolean"})");
+    EXPECT_EQ(json::Schema::SchemaNotFound, Response("a", 1).validateResult("").code);
+}
+
+TEST(Response, TakesTheDefaultOfASchemaForBlocksThatAreMissing) {
+    const Response answer = response(R"({"result":{}})");
+    answer.result().attachSchema(
+        test::schema_of(R"({"properties":{"blocks_follow":{"type":"integer","default":7}}})"));
+    EXPECT_EQ(7, answer.blocksFollow());
+    EXPECT_EQ(R"({"result":{}})", sorted_text(answer));
 }
 
 TEST(Response, NamesItsSchemasUnderTheBaseUrl) {
