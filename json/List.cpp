@@ -75,7 +75,8 @@ Variant& List::select(const Path& path) { return path.evaluate(*this); }
 // Intended: the element isn't linked, unlike after operator<<.
 // Held by List.PushBackLeavesTheElementWithoutAParent.
 void List::push_back(const Variant& value) {
-    elements_.push_back(value);
+    const bool holdsThisList = value.isList() && value.value_.list == this;
+    elements_.push_back(holdsThisList ? value.withClonedContainer() : value);
     setDirty(true);
     update_schemas(size() - 1);
 }

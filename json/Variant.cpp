@@ -154,7 +154,7 @@ Variant& Variant::operator=(const Variant& source) {
     if (source.holdsContainer()) {
         // The source may lie in what is released here, or hold the very container that this lies
         // in.
-        const Variant copy = liesDirectlyIn(source) ? source.withClonedContainer() : source;
+        const Variant copy = source.copyToHoldIn(*this);
         release();
         copyFrom(copy);
     } else {
@@ -423,7 +423,11 @@ const Variant& Variant::operator[](const Variant& key) const {
 
 Variant& Variant::elementForWriting(std::uint64_t index) { return listValue().at(index); }
 
-Variant& Variant::operator[](const char* key) { return objectValue()[key]; }
+Variant& Variant::operator[](const char* key) {
+    if (isObject()) return objectValue()[key];
+    const std::string copy(key != nullptr ? key : ""); // may be the text that the conversion drops
+    return objectValue()[copy.c_str()];
+}
 
 Variant& Variant::operator[](std::string_view key) { return (*this)[std::string(key).c_str()]; }
 
@@ -614,7 +618,7 @@ bool Variant::operator!=(const json::List& rhs) const { return listValue() != rh
 // ----- Appending ---------------------------------------------------------------------------------
 
 Variant& Variant::operator<<(const Variant& element) {
-    const Variant copy(element); // may be this very value, or lie in it
+    const Variant copy = element.copyToHoldIn(*this); // may be this very value, or lie in it
     listValue() << copy;
     return *this;
 }

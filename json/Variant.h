@@ -644,6 +644,7 @@ private:
     static void dispose(json::List* list) noexcept;
     static void destroyWaiting(json::Object*& objects, json::List*& lists) noexcept;
     bool liesDirectlyIn(const Variant& container) const;
+    Variant copyToHoldIn(const Variant& holder) const;
     Variant withClonedContainer() const;
     Variant withoutSchema() const;
     void copyPayload(std::vector<Variant*>& children);

@@ -171,6 +171,12 @@ bool Variant::liesDirectlyIn(const Variant& container) const {
     return false;
 }
 
+/// A copy for the holder to keep. Where the holder lies in the very container that would be shared,
+/// the container is cloned, so that it doesn't come to hold itself.
+Variant Variant::copyToHoldIn(const Variant& holder) const {
+    return holder.liesDirectlyIn(*this) ? withClonedContainer() : *this;
+}
+
 Variant Variant::withClonedContainer() const {
     Variant copy(*this);
     if (copy.isObject()) copy.objectRef();
@@ -282,7 +288,7 @@ json::List* Variant::listRef() {
 
 Variant& Variant::deepCopy(const Variant* source) {
     if (source != nullptr && source != this) {
-        const Variant copy(*source); // the source may lie in this value
+        const Variant copy = source->copyToHoldIn(*this); // the source may lie in this value
         copyFrom(copy);
     }
     // Parents stand before their children, so that the way back attaches children first.
