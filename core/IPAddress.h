@@ -8,6 +8,7 @@
 namespace qx {
 
 /// Says of a text whether it is an IP address. No zone and no prefix length is taken.
+/// Threads: one at a time.
 class GATECAST_EXPORT IPAddress {
 public:
     /// Bad input: any text is accepted; it is then of neither family.

@@ -6,7 +6,8 @@
 namespace qx {
 
 /// The root of all listener interfaces. Each inherits it virtually, so that a class that implements
-/// several listeners holds one.
+/// several listeners holds one. It has no data, and copies carry nothing.
+/// Threads: any thread.
 class GATECAST_EXPORT IInterface {
 public:
     IInterface() = default;
@@ -16,7 +17,8 @@ public:
     // The order of the virtual operations is ABI.
     virtual ~IInterface();
     /// This object when `id` is "qx::IInterface", null for every other id: an extension point that
-    /// no class of the library overrides.
+    /// no class of the library overrides. The const form asks the other one.
+    /// Bad input: null gives null.
     /// @{
     virtual const void* getInterface(const char* id) const;
     virtual void* getInterface(const char* id);

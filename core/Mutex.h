@@ -7,7 +7,8 @@
 
 namespace qx {
 
-/// A recursive lock: the thread that holds it may lock it again.
+/// A recursive lock: the thread that holds it may lock it again. It is unlocked at first.
+/// Threads: any thread.
 class GATECAST_EXPORT Mutex {
 public:
     Mutex();
@@ -27,7 +28,8 @@ private:
     std::recursive_mutex mutex_;
 };
 
-/// Holds a lock from its construction to its destruction.
+/// Holds a lock from its construction to its destruction. The mutex must outlive it.
+/// Threads: one at a time.
 class MutexLocker {
 public:
     /// With `lock` false nothing is locked.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "core/Export.h"
 #include "core/IntrusiveString.h"
 #include "core/StringPool.h"
 #include "core/detail/GroupedTable.h"
@@ -32,7 +33,7 @@ const T& entry_from_default(const T& value) {
 /// The pool isn't owned and outlives the map.
 /// Threads: one at a time; a lookup of a missing key by `operator[]` writes to the pool.
 template <typename T>
-class PooledStringMap {
+class GATECAST_EXPORT PooledStringMap {
 public:
     using Key = boost::intrusive_ptr<IntrusiveString>;
     using Pool = StringPool<IntrusiveString, Key>;
