@@ -1,1 +1,2 @@
-gatecast_add_tests(rpc_tests RequestTest.cpp ResponseTest.cpp ConversationTest.cpp JsonServerTest.cpp)
+gatecast_add_tests(rpc_tests RequestTest.cpp ResponseTest.cpp ConversationTest.cpp JsonServerTest.cpp
+    MethodCatalogueTest.cpp)
