@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iostream>
 #include <iterator>
-#include <ostream>
 #include <sstream>
 #include <utility>
 
@@ -25,9 +25,11 @@ std::string plain(const std::string& text) {
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
         // A control character in UTF-8: 00-1F, 7F, or C2 followed by 80-9F.
-        const bool second = !line.empty() && line.back() == '\xC2' && byte >= 0x80 && byte < 0xA0;
-        if (second) line.back() = '?';
-        line += byte < 0x20 || byte == 0x7F || second ? '?' : c;
+        if (!line.empty() && line.back() == '\xC2' && byte >= 0x80 && byte < 0xA0) {
+            line.back() = '?';
+        } else {
+            line += byte < 0x20 || byte == 0x7F ? '?' : c;
+        }
     }
     return line;
 }
@@ -71,6 +73,19 @@ std::optional<Number> number(const std::string& word) {
     if (error != std::errc() || stop != end) return std::nullopt;
     return value;
 }
+
+/// Keeps `std::cout` silent while it lives: the library prints there what it learns of methods, and
+/// this console prints that when it is asked.
+class SilentOutput {
+public:
+    SilentOutput() : kept_(std::cout.rdbuf(nullptr)) {}
+    ~SilentOutput() { std::cout.rdbuf(kept_); }
+    SilentOutput(const SilentOutput&) = delete;
+    SilentOutput& operator=(const SilentOutput&) = delete;
+
+private:
+    std::streambuf* kept_;
+};
 
 std::string parameters_of(const json::Variant& record) {
     std::string text;
@@ -203,7 +218,10 @@ void Console::sendJsonText(const char* text, int size) {
 bool Console::handleResponse(const json::Request& request, const json::Response& response,
                              json::Schema::ValidationResult result) {
     messageShown_ = false;
+    std::optional<SilentOutput> silence;
+    if (request.methodName() == "list_methods") silence.emplace();
     const bool good = GatecastConversation::handleResponse(request, response, result);
+    silence.reset();
     const std::int64_t id = response.referenceId().integerValue();
     if (question_ != 0 && id == question_) {
         question_ = 0;
@@ -215,6 +233,13 @@ bool Console::handleResponse(const json::Request& request, const json::Response&
              plain(response.errorMessage().c_str()));
     }
     return good;
+}
+
+bool Console::warningRequestValidation(const json::Request& request,
+                                       json::Schema::ValidationResult) {
+    tell("warning: " + plain(request.methodName().c_str()) +
+         " isn't called as the device has described it");
+    return true;
 }
 
 void Console::tellEvent(const json::Request& request, const json::Response& response) {
@@ -503,21 +528,21 @@ bool Console::status(const Words&) {
 }
 
 bool Console::methods(const Words& words) {
-    const json::Variant& catalogue = catalogue_;
-    bool found = false;
-    for (const json::Variant& record : catalogue.listValue()) {
-        const std::string name = readable(record["method"]);
-        if (words.size() == 2 && words[1] != name) continue;
-        found = true;
-        out_ << name << "(" << parameters_of(record) << "): " << readable(record["description"])
-             << std::endl;
-        if (words.size() == 1) continue;
-        for (const json::Variant& parameter : record["params"].listValue()) {
-            out_ << "    " << readable(parameter) << std::endl;
+    if (words.size() == 2) {
+        std::stringstream help;
+        printMethodHelp(help, words[1]);
+        if (help.str().empty()) tell("the device has told of no such method");
+        for (std::string line; std::getline(help, line);) {
+            const std::size_t text = std::min(line.find_first_not_of('\t'), line.size());
+            out_ << std::string(4 * text, ' ') << plain(line.substr(text)) << std::endl;
         }
-        out_ << "    gives " << readable(record["result"]) << std::endl;
+        return true;
     }
-    if (!found) out_ << "the device has told of no such method" << std::endl;
+    const json::Variant& catalogue = catalogue_;
+    for (const json::Variant& record : catalogue.listValue()) {
+        out_ << readable(record["method"]) << "(" << parameters_of(record)
+             << "): " << readable(record["description"]) << std::endl;
+    }
     return true;
 }
 

@@ -66,6 +66,9 @@ public:
     /// Every response and event, after the device client has had it.
     bool handleResponse(const json::Request& request, const json::Response& response,
                         json::Schema::ValidationResult result) override;
+    /// A request that doesn't fit the device's catalogue; it is sent all the same.
+    bool warningRequestValidation(const json::Request& request,
+                                  json::Schema::ValidationResult result) override;
 
 protected:
     void sendJsonText(const char* text, int size) override;

@@ -179,7 +179,9 @@ void WebSocketServer::Implementation::left(SessionId session) {
 void WebSocketServer::Implementation::handle(SessionId session, const std::string& text) {
     const bool doorWasOpen = station_.doorIsOpen();
     send(station_.receive(session, text));
-    if (!doorWasOpen && station_.doorIsOpen()) {
+    if (!doorWasOpen && station_.doorIsOpen() && options_.doorOpen.count() == 0) {
+        send(station_.closeDoor());
+    } else if (!doorWasOpen && station_.doorIsOpen()) {
         doorTimer_.expires_after(options_.doorOpen);
         doorTimer_.async_wait([this](error_code error) {
             if (!error) send(station_.closeDoor());

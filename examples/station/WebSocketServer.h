@@ -17,7 +17,7 @@ class WebSocketServer {
 public:
     struct Options {
         unsigned short port = 0;                  ///< 0 for any free one
-        std::chrono::milliseconds doorOpen{3000}; ///< the door falls shut that long after opening
+        std::chrono::milliseconds doorOpen{3000}; ///< how long a door stays open, 0 for an instant
         bool once = false;                        ///< end when the last client has left
     };
 

@@ -24,9 +24,9 @@ int main(int argc, char** argv) {
         ->capture_default_str()
         ->check(CLI::Range(0, 2));
     app.add_option("--door-ms", doorMilliseconds,
-                   "Milliseconds after which an opened door falls shut")
+                   "Milliseconds after which an opened door falls shut, 0 for at once")
         ->capture_default_str()
-        ->check(CLI::Range(1LL, 3600'000LL));
+        ->check(CLI::Range(0LL, 3600'000LL));
     app.add_flag("--once", options.once, "End when the last client has left");
     CLI11_PARSE(app, argc, argv);
 

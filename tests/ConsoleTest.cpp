@@ -1,0 +1,514 @@
+// SPDX-License-Identifier: MIT
+#include "console/Console.h"
+
+#include "station/Station.h"
+#include "json/JsonParser.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using console::Console;
+using station::Frame;
+using station::Settings;
+using station::Station;
+
+Console::Settings script() {
+    Console::Settings settings;
+    settings.script = true;
+    return settings;
+}
+
+Settings of_version(int versionMajor) {
+    Settings settings;
+    settings.versionMajor = versionMajor;
+    return settings;
+}
+
+/// A console whose requests gather in a queue.
+struct AloneConsole {
+    explicit AloneConsole(const Console::Settings& settings = Console::Settings())
+        : console([this](const std::string& text) { sent.push_back(text); }, out, errors,
+                  settings) {}
+
+    /// What was printed since the last time.
+    std::string printed() {
+        std::string text = out.str();
+        out.str(std::string());
+        return text;
+    }
+    void receive(const std::string& frame) {
+        // A second catalogue in one process replaces the schemas of the first, and warns of each.
+        std::streambuf* const kept = std::cerr.rdbuf(nullptr);
+        console.receive(frame);
+        std::cerr.rdbuf(kept);
+    }
+
+    std::deque<std::string> sent;
+    std::ostringstream out;
+    std::ostringstream errors;
+    Console console;
+};
+
+/// A console that talks to a station in the same process, and has been greeted.
+struct ConsoleAtStation : AloneConsole {
+    explicit ConsoleAtStation(const Settings& ofStation = Settings(),
+                              const Console::Settings& settings = Console::Settings())
+        : AloneConsole(settings), station(ofStation), session(station.connect()) {
+        console.connected();
+        talk();
+    }
+
+    /// Carries requests and frames until both sides are silent.
+    void talk() {
+        while (!sent.empty()) {
+            const std::string text = std::move(sent.front());
+            sent.pop_front();
+            deliver(station.receive(session, text));
+            if (doorFallsShut) deliver(station.closeDoor());
+        }
+    }
+    void deliver(const std::vector<Frame>& frames) {
+        for (const Frame& frame : frames) {
+            if (frame.session == session) receive(frame.bytes);
+        }
+    }
+    /// What the line makes the console print.
+    std::string obey(const std::string& line) {
+        out.str(std::string());
+        console.enter(line);
+        talk();
+        return printed();
+    }
+
+    Station station;
+    station::SessionId session;
+    bool doorFallsShut = false;
+};
+
+std::string content_of(const std::string& name) {
+    std::ifstream file(GATECAST_EXAMPLES_DIR "/" + name);
+    EXPECT_TRUE(file) << name;
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+} // namespace
+
+TEST(Console, TurnsTheDemoScriptIntoTheDemoTranscript) {
+    ConsoleAtStation at(Settings(), script());
+    at.doorFallsShut = true;
+    std::istringstream lines(content_of("demo.script"));
+    for (std::string line; std::getline(lines, line);) {
+        at.console.enter(line);
+        at.talk();
+    }
+    EXPECT_EQ(content_of("demo.expected"), at.printed());
+    EXPECT_EQ("", at.errors.str());
+    EXPECT_TRUE(at.console.finished());
+    EXPECT_EQ(0, at.console.exitStatus());
+}
+
+// ----- Greeting and registration -------------------------------------------------------------
+
+TEST(Console, ShowsTheAddressListToAnUnknownPhone) {
+    ConsoleAtStation at;
+    EXPECT_EQ("connected\n"
+              "protocol: 1.2\n"
+              "device error 14: this phone isn't known\n"
+              "light: off\n"
+              "door: door_closed\n"
+              "view: 0 to the right, 0 up, zoom 1\n"
+              "addressee 1: Anna Quill (ground floor)\n"
+              "addressee 2: Bert Rowan (first floor)\n"
+              "addressee 3: Workshop (yard)\n",
+              at.printed());
+    EXPECT_FALSE(at.console.waiting());
+}
+
+TEST(Console, ShowsTheOnlyAddressee) {
+    Settings settings;
+    settings.addressBook.resize(1);
+    ConsoleAtStation at(settings);
+    EXPECT_NE(std::string::npos, at.printed().find("addressee 1: Anna Quill (ground floor)\n"));
+}
+
+TEST(Console, ShowsContactNumbersOfADeviceOfTheFirstKind) {
+    ConsoleAtStation at(of_version(0));
+    EXPECT_NE(std::string::npos, at.printed().find("contact 555-0101: Anna Quill\n"
+                                                   "contact 555-0102: Bert Rowan\n"
+                                                   "contact 555-0103: Workshop\n"));
+    EXPECT_EQ("registered with Bert Rowan (first floor)\n",
+              at.obey("register 555-0102 Kitchen phone"));
+}
+
+TEST(Console, ShowsTheOnlyContactNumber) {
+    Settings settings = of_version(0);
+    settings.addressBook.resize(1);
+    ConsoleAtStation at(settings);
+    EXPECT_NE(std::string::npos, at.printed().find("contact 555-0101: Anna Quill\n"));
+}
+
+TEST(Console, SaysThatAnEmptyAddressBookKeepsThePhoneFromItsCalls) {
+    Settings settings;
+    settings.addressBook.clear();
+    ConsoleAtStation at(settings);
+    EXPECT_NE(std::string::npos,
+              at.printed().find("message: Camera setup is not yet complete. You won't be able to "
+                                "receive calls on your phone.\n"));
+}
+
+TEST(Console, RegistersThePhone) {
+    ConsoleAtStation at;
+    EXPECT_EQ("registered with Workshop (yard)\n", at.obey("register 3 Bench phone"));
+    EXPECT_EQ("message: there is no addressee \"9\"\n", at.obey("register 9 Bench phone"));
+}
+
+// ----- Commands and events -------------------------------------------------------------------
+
+TEST(Console, PrintsWhatEachCommandBringsAbout) {
+    const std::vector<std::pair<const char*, const char*>> rows = {
+        {"door", "door: door_open\n"},
+        {"light", "light: on\n"},
+        {"light", "light: off\n"},
+        {"ring", ""},
+        {"register 2 Kitchen", "registered with Bert Rowan (first floor)\n"},
+        {"ring", "bell: ringing\n"},
+        {"ack", "bell: silent\n"},
+        {"ack no", "bell: silent\n"},
+        {"pan 3 -1", "view: 3 to the right, -1 up, zoom 1\n"},
+        {"pan +1 0", "view: 4 to the right, -1 up, zoom 1\n"},
+        {"center", "view: 0 to the right, 0 up, zoom 1\n"},
+        {"click 600 500 zoom", "view: 2 to the right, 0 up, zoom 2\n"},
+        {"click 500 500", "view: 2 to the right, 0 up, zoom 2\n"},
+        {"zoom 4", "view: 2 to the right, 0 up, zoom 4\n"},
+        {"zoom -1", "view: 2 to the right, 0 up, zoom 3\n"},
+        {"zoom +2", "view: 2 to the right, 0 up, zoom 5\n"},
+        {"mode wide", ""},
+        {"live", "live: fps 25, mode wide, size [640,480]\n"},
+        {"pause", "pause: paused true\n"},
+        {"play", "play: mode wide\n"},
+        {"play 1 2.5", "play: end 2.5, mode wide, start 1.0\n"},
+        {"mailbox 2", "mail box, batch 1: 1 message\nmessage 201: unknown, 3.1 s, new\n"},
+        {"seen 201", "message_delete: true\n"},
+        {"mailbox 2", "mail box, batch 1: 1 message\nmessage 201: unknown, 3.1 s, seen\n"},
+        {"seen 201 no", "message_delete: true\n"},
+        {"mailbox 3", "mail box, batch 1: 0 messages\n"},
+        {"mailbox 9", "mail box, batch 1: 0 messages\n"
+                      "device error 23: there is no such mail box\n"},
+        {"preview 201", "preview of record 9201: 157 bytes\n"},
+        {"preview", "preview of the live view: 154 bytes\n"},
+        {"live", "live: fps 25, mode wide, size [640,480]\n"},
+        {"play 201", "play: endfilter message 201, message 201, mode wide\n"},
+        {"play 201", "queued: \"pause\" goes on to it\n"},
+        {"delete 201", "message_delete: true\n"},
+        {"call display_mode [\"split\"]", "display_mode: split\n"},
+        {"call quit", "quit: nothing\n"},
+    };
+    ConsoleAtStation at;
+    for (const auto& [line, expected] : rows) {
+        EXPECT_EQ(expected, at.obey(line)) << line;
+    }
+    EXPECT_EQ("", at.errors.str());
+}
+
+TEST(Console, TakesAnImageThatItHasFromItsCache) {
+    ConsoleAtStation at;
+    at.obey("mailbox");
+    const std::string first = at.obey("preview 101");
+    at.station.disconnect(at.session);
+    EXPECT_EQ(first, at.obey("preview 101"));
+    EXPECT_EQ("preview of record 9101: 157 bytes\n", first);
+}
+
+TEST(Console, PrintsEventsThatOthersCause) {
+    ConsoleAtStation at;
+    at.printed();
+    const station::SessionId other = at.station.connect();
+    at.deliver(at.station.receive(other, R"({"method": "trigger", "params": ["elight"]})"));
+    EXPECT_EQ("light: on\n", at.printed());
+}
+
+TEST(Console, TellsItsStatus) {
+    ConsoleAtStation at;
+    EXPECT_EQ("protocol   1.2\n"
+              "registered no\n"
+              "door       door_closed\n"
+              "light      off\n"
+              "bell       silent\n"
+              "showing    nothing\n",
+              at.obey("status"));
+    at.obey("register 1 Hall");
+    at.obey("door");
+    at.obey("light");
+    at.obey("ring");
+    at.obey("live");
+    at.obey("pause");
+    EXPECT_EQ("protocol   1.2\n"
+              "registered with Anna Quill (ground floor)\n"
+              "door       door_open\n"
+              "light      on\n"
+              "bell       ringing\n"
+              "showing    live view (paused)\n",
+              at.obey("status"));
+}
+
+TEST(Console, SaysWhatItDoesNotKnowYet) {
+    AloneConsole alone;
+    alone.console.enter("status");
+    EXPECT_EQ("protocol   0.9\n"
+              "registered no\n"
+              "door       ?\n"
+              "light      ?\n"
+              "bell       silent\n"
+              "showing    nothing\n",
+              alone.printed());
+}
+
+TEST(Console, ListsTheMethodsThatTheDeviceToldOf) {
+    ConsoleAtStation at;
+    const std::string all = at.obey("methods");
+    EXPECT_NE(std::string::npos, all.find("ptz_zoom(integer, boolean): Zooms in or out.\n"));
+    EXPECT_NE(std::string::npos, all.find("live(): Shows the live view.\n"));
+}
+
+TEST(Console, DescribesAMethod) {
+    ConsoleAtStation at;
+    EXPECT_EQ("----------------------------------------\n"
+              "trigger (string)\n"
+              "    Opens the door, or turns the light on or off.\n"
+              "\n"
+              "    @param ?door or light [\"door\",\"elight\"]\n",
+              at.obey("methods trigger"));
+    EXPECT_EQ("the device has told of no such method\n", at.obey("methods open_sesame"));
+}
+
+TEST(Console, KeepsStandardOutputForItself) {
+    testing::internal::CaptureStdout();
+    {
+        ConsoleAtStation at;
+        std::cout << "still open\n";
+    }
+    EXPECT_EQ("still open\n", testing::internal::GetCapturedStdout());
+}
+
+TEST(Console, ListsItsCommands) {
+    ConsoleAtStation at;
+    const std::string help = at.obey("help");
+    for (const char* command :
+         {"door",    "light",  "ring",    "ack",   "click",    "pan",     "center", "zoom",
+          "mode",    "live",   "play",    "pause", "register", "mailbox", "seen",   "delete",
+          "preview", "status", "methods", "call",  "wait",     "help",    "quit"}) {
+        EXPECT_NE(std::string::npos, help.find("    " + std::string(command) + " ")) << command;
+    }
+}
+
+// ----- One line after another ----------------------------------------------------------------
+
+TEST(Console, BeginsALineWhenTheLastOneIsAnswered) {
+    ConsoleAtStation at(Settings(), script());
+    at.printed();
+    at.console.enter("door");
+    at.console.enter("light");
+    EXPECT_EQ("> door\n", at.printed());
+    EXPECT_TRUE(at.console.waiting());
+    at.talk();
+    EXPECT_EQ("door: door_open\n> light\nlight: on\n", at.printed());
+    EXPECT_FALSE(at.console.waiting());
+}
+
+TEST(Console, WaitsForALineFromTheDevice) {
+    ConsoleAtStation at(Settings(), script());
+    at.obey("door");
+    at.console.enter("wait door_closed");
+    at.console.enter("light");
+    at.talk();
+    EXPECT_EQ("> wait door_closed\n", at.printed());
+    at.deliver(at.station.closeDoor());
+    at.talk();
+    EXPECT_EQ("door: door_closed\n> light\nlight: on\n", at.printed());
+}
+
+TEST(Console, SkipsBlankLinesAndRemarks) {
+    ConsoleAtStation at(Settings(), script());
+    EXPECT_EQ("", at.obey(""));
+    EXPECT_EQ("", at.obey("   "));
+    EXPECT_EQ("", at.obey("# door"));
+    EXPECT_FALSE(at.station.doorIsOpen());
+}
+
+TEST(Console, QuitsAtTheEndOfItsInput) {
+    ConsoleAtStation at;
+    at.console.enter("door");
+    at.console.endOfInput();
+    EXPECT_FALSE(at.console.finished()) << "the door isn't answered yet";
+    at.talk();
+    EXPECT_TRUE(at.console.finished());
+    EXPECT_FALSE(at.station.isOpen(at.session)) << "the station was told";
+    EXPECT_EQ(0, at.console.exitStatus());
+}
+
+TEST(Console, ObeysNothingBehindQuit) {
+    ConsoleAtStation at;
+    at.console.enter("quit");
+    at.console.enter("door");
+    at.talk();
+    EXPECT_TRUE(at.console.finished());
+    EXPECT_FALSE(at.station.doorIsOpen());
+    EXPECT_EQ(0, at.console.exitStatus());
+}
+
+// ----- Failures ------------------------------------------------------------------------------
+
+TEST(Console, EndsAScriptAtAWrongCommand) {
+    ConsoleAtStation at(Settings(), script());
+    at.console.enter("dor");
+    at.console.enter("door");
+    at.talk();
+    EXPECT_EQ("error: there is no command \"dor\"; \"help\" lists them\n", at.errors.str());
+    EXPECT_TRUE(at.console.finished());
+    EXPECT_EQ(1, at.console.exitStatus());
+    EXPECT_FALSE(at.station.doorIsOpen());
+}
+
+TEST(Console, LetsAPersonGoOnAfterAWrongCommand) {
+    ConsoleAtStation at;
+    at.obey("dor");
+    EXPECT_EQ("door: door_open\n", at.obey("door"));
+    at.obey("quit");
+    EXPECT_EQ(1, at.console.exitStatus());
+}
+
+TEST(Console, SaysHowACommandIsUsed) {
+    const std::vector<std::pair<const char*, const char*>> rows = {
+        {"door now", "error: usage: door \n"},
+        {"ack maybe", "error: usage: ack [no]\n"},
+        {"pan 3", "error: usage: pan X Y\n"},
+        {"pan 3 up", "error: usage: pan X Y\n"},
+        {"pan 3 99999999999", "error: usage: pan X Y\n"},
+        {"pan 3 1x", "error: usage: pan X Y\n"},
+        {"click 1 2 3", "error: usage: click X Y [zoom]\n"},
+        {"click a 2", "error: usage: click X Y [zoom]\n"},
+        {"zoom +-3", "error: usage: zoom N\n"},
+        {"zoom", "error: usage: zoom N\n"},
+        {"play 1 end", "error: usage: play [SEQUENCE | START END]\n"},
+        {"play 5", "error: usage: play [SEQUENCE | START END]\n"},
+        {"seen 5", "error: usage: seen SEQUENCE [no]\n"},
+        {"delete five", "error: usage: delete SEQUENCE\n"},
+        {"preview 5", "error: usage: preview [SEQUENCE]\n"},
+        {"mailbox first", "error: usage: mailbox [ID]\n"},
+        {"register 5", "error: usage: register ID NAME\n"},
+        {"call", "error: usage: call METHOD [LIST]\n"},
+        {"call live {}", "error: usage: call METHOD [LIST]\n"},
+        {"call live [1", "error: usage: call METHOD [LIST]\n"},
+        {"call live [1] 2", "error: usage: call METHOD [LIST]\n"},
+    };
+    for (const auto& [line, expected] : rows) {
+        ConsoleAtStation at;
+        EXPECT_EQ("", at.obey(line)) << line;
+        EXPECT_EQ(expected, at.errors.str()) << line;
+        EXPECT_EQ(1, at.console.exitStatus()) << line;
+    }
+}
+
+TEST(Console, ShowsErrorsOfTheDeviceAndGoesOn) {
+    ConsoleAtStation at(Settings(), script());
+    EXPECT_EQ("> call ptz_pan [99, 0, true]\n"
+              "warning: ptz_pan isn't called as the device has described it\n"
+              "device error 4: ptz_pan: parameter 1 is above 10\n",
+              at.obey("call ptz_pan [99, 0, true]"));
+    EXPECT_FALSE(at.console.finished());
+    EXPECT_EQ(0, at.console.exitStatus());
+}
+
+TEST(Console, EndsAScriptWhenTheDeviceDoesNotAnswer) {
+    AloneConsole alone(script());
+    alone.console.connected();
+    EXPECT_TRUE(alone.console.waiting());
+    alone.console.enter("door");
+    alone.console.deadlinePassed();
+    EXPECT_EQ("error: the greeting: the device didn't answer in time\n", alone.errors.str());
+    EXPECT_EQ("connected\n", alone.printed());
+    EXPECT_TRUE(alone.console.finished());
+    EXPECT_EQ(1, alone.console.exitStatus());
+}
+
+TEST(Console, LetsAPersonGoOnWhenTheDeviceDoesNotAnswer) {
+    ConsoleAtStation at;
+    at.obey("wait for ever");
+    EXPECT_TRUE(at.console.waiting());
+    at.console.deadlinePassed();
+    EXPECT_EQ("error: wait for ever: the device didn't answer in time\n", at.errors.str());
+    EXPECT_EQ("door: door_open\n", at.obey("door"));
+}
+
+TEST(Console, SaysThatTheConnectionIsLost) {
+    ConsoleAtStation at;
+    at.console.connectionLost("end of file");
+    at.console.connectionLost("end of file");
+    EXPECT_EQ("error: the connection is lost: end of file\n", at.errors.str());
+    EXPECT_TRUE(at.console.finished());
+    EXPECT_EQ(1, at.console.exitStatus());
+}
+
+TEST(Console, MissesNoConnectionAfterQuit) {
+    ConsoleAtStation at;
+    at.obey("quit");
+    at.console.connectionLost("the station has closed it");
+    EXPECT_EQ("", at.errors.str());
+    EXPECT_EQ(0, at.console.exitStatus());
+}
+
+// ----- Hostile devices -----------------------------------------------------------------------
+
+TEST(Console, KeepsTextsOfTheDeviceFromSteeringTheTerminal) {
+    AloneConsole alone;
+    alone.receive(R"({"result": ["\u001b[2J\u0007\u007f\u009b\n\u00e9"], "id": 101})");
+    EXPECT_EQ("door: ?[2J????\xC3\xA9\n", alone.printed());
+}
+
+TEST(Console, ReadsHostileFramesWithoutHarm) {
+    const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
+    const std::vector<std::string> frames = {
+        "",
+        "{",
+        "]",
+        "null",
+        "5",
+        std::string("\0", 1),
+        std::string("\0abc", 4),
+        R"({"result": 5, "id": 101})",
+        R"({"result": {}, "id": 103})",
+        R"({"result": [], "id": 103})",
+        R"({"result": [["a"]], "id": 103})",
+        R"({"result": [5], "id": 103})",
+        R"({"result": "x", "id": 104})",
+        R"({"result": [5, null, []], "id": 104})",
+        R"({"error": 5, "id": 103})",
+        R"({"error": [], "id": "x"})",
+        R"({"error": {"a": 1}})",
+        R"({"id": [1]})",
+        R"({"result": null, "id": 1})",
+        R"({"result": [5, {"params": 5}], "id": 1})",
+        R"({"result": )" + deep + R"(, "id": 101})",
+        R"({"result": )" + deep + R"(, "id": 9})",
+        R"({"binary-attachment-list": 5, "result": 1, "id": 7})",
+    };
+    for (const std::string& frame : frames) {
+        ConsoleAtStation at;
+        at.receive(frame);
+        at.obey("methods");
+        at.obey("status");
+        EXPECT_FALSE(at.console.finished()) << frame.substr(0, 80);
+        EXPECT_EQ("door: door_open\n", at.obey("door")) << frame.substr(0, 80);
+    }
+}

@@ -1,0 +1,16 @@
+# The station and the console, in process and as programs.
+gatecast_add_tests(examples_tests StationTest.cpp ConsoleTest.cpp)
+target_link_libraries(examples_tests PRIVATE gatecast_station_logic gatecast_console_logic)
+target_compile_definitions(examples_tests PRIVATE
+    GATECAST_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
+
+add_test(NAME Examples.TheDemoRunsOverARealConnection
+    COMMAND ${PROJECT_SOURCE_DIR}/scripts/demo --no-setup --no-build
+        --build-dir ${PROJECT_BINARY_DIR})
+add_test(NAME Examples.TheConsoleFailsByOneLine
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/console-failures ${PROJECT_BINARY_DIR})
+add_test(NAME Examples.TheMinimalClientPrintsWhatTheReadmeSays
+    COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/same-output ${PROJECT_SOURCE_DIR}/examples/minimal.expected
+        $<TARGET_FILE:gatecast-minimal>)
+set_tests_properties(Examples.TheDemoRunsOverARealConnection Examples.TheConsoleFailsByOneLine
+    Examples.TheMinimalClientPrintsWhatTheReadmeSays PROPERTIES TIMEOUT 300)
