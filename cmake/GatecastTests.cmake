@@ -21,14 +21,15 @@ function(gatecast_add_comma_locale directory)
     add_custom_target(test_locale ALL DEPENDS ${directory}/de_DE.utf8/LC_NUMERIC)
 endfunction()
 
-# One program of GoogleTest; ctest knows each of its tests by name.
+# One program of GoogleTest; ctest knows each of its tests by name, and by the program as label.
 function(gatecast_add_tests program)
     add_executable(${program} ${ARGN})
     target_link_libraries(${program} PRIVATE gatecast::gatecast GTest::gmock GTest::gtest_main)
     target_include_directories(${program} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     add_dependencies(${program} test_locale)
     gtest_discover_tests(${program} DISCOVERY_TIMEOUT 60
-        PROPERTIES ENVIRONMENT LOCPATH=${PROJECT_BINARY_DIR}/tests/locale TIMEOUT 300)
+        PROPERTIES ENVIRONMENT LOCPATH=${PROJECT_BINARY_DIR}/tests/locale TIMEOUT 300
+            LABELS ${program})
 endfunction()
 
 # Compiles each public header alone and first. A glob, so that no new header escapes.

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "expect.h"
 #include "rpc/Conversation.h"
+#include "rpc/JsonServer.h"
 
 #include <iostream>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -75,6 +77,37 @@ void envelopes() {
     EXPECT(!good.isError() && bad.isError() && bad.errorCode() == 24);
 }
 
+void learn() {
+    // clang-format off
+    Client client;
+    client.open(); // sends "list_methods"
+    client.readJsonText(R"({"id": 1, "result": [
+        {"method": "zoom", "description": "Moves the lens.", "params": [{"type": "integer", "max": 9}]}
+    ]})", -1, true);
+    client.printMethodHelp(std::cout, "zoom");
+    // clang-format on
+    std::ostringstream help;
+    client.printMethodHelp(help, "zoom");
+    EXPECT(help.str().find("Moves the lens.") != std::string::npos);
+}
+
+class Server : public json::JsonServer {
+public:
+    void handleParseError(const qx::IntrusiveString& text) override {
+        json::JsonServer::handleParseError(std::string(text.c_str(), text.length()));
+    }
+    void handleRequest(const json::Request& request) override {
+        sendResponse(json::Response(request.arguments().size(), request.referenceId()));
+    }
+};
+
+void serve() {
+    std::istringstream in("{\"method\": \"count\", \"params\": [1, 2], \"id\": 7}");
+    std::ostringstream out;
+    Server().connect(&in, &out);
+    EXPECT(out.str().find("\"result\": 2") != std::string::npos);
+}
+
 } // namespace
 
 int main() {
@@ -82,4 +115,6 @@ int main() {
     answer();
     listen();
     envelopes();
+    learn();
+    serve();
 }

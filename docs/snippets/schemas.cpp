@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "expect.h"
+#include "schema/Schema.h"
 #include "json/JsonParser.h"
 #include "json/Variant.h"
-#include "schema/Schema.h"
 
 #include <boost/intrusive_ptr.hpp>
 #include <iostream>
+#include <string>
 
 namespace {
 
@@ -28,9 +29,9 @@ void report() {
     json::Schema::ValidationResult result =
         person->validate(json::JsonParser::parseTree(R"({"age": "young"})"));
     EXPECT(result.code == json::Schema::WrongDataType);
-    EXPECT(result.path == json::Path("age")); // where the fault lies
-    EXPECT(result.value == "young");         // what stands there
-    std::cerr << result;                     // the same for a person, with the schema
+    EXPECT(result.path[0] == std::string("age")); // where the fault lies
+    EXPECT(result.value == "young");              // what stands there
+    std::cerr << result;                          // the same for a person, with the schema
 }
 
 void defaults() {
