@@ -246,7 +246,7 @@ protected:
     /// A message for the person: the device's error text, or that the camera isn't set up yet.
     virtual void showMessage(const IntrusiveString& text) = 0;
     /// A batch of messages after `readMailBox`, counted from 1: make a `MailBoxEntry` of each row.
-    /// An error comes as an empty batch.
+    /// An error comes as a batch too, empty as a rule.
     virtual void mailBoxData(const json::List& result, int batch) = 0;
     /// An image that `downloadMailPreviewImage` asked for. It is in the cache too.
     virtual void mailPreviewReady(std::int64_t key, boost::shared_ptr<std::string> image) = 0;

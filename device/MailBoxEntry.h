@@ -20,8 +20,8 @@ namespace qx {
 ///     }
 /// }
 /// \endcode
-/// Copies share the object; entries that are changed one by one are made from their rows one by
-/// one.
+/// A copy shares the object of its source. Warning: what is changed in the source afterwards is
+/// seen in the copy as well; what is changed in the copy stays its own.
 /// Threads: one at a time.
 class GATECAST_EXPORT MailBoxEntry {
 public:
@@ -85,8 +85,7 @@ public:
     /// Derives what the client reads: the sequence number from the digits at the start of
     /// "alarmimage" and an event index of 0, both only when there is an "alarmimage"; makes
     /// "timestamp" a real, adding it when it is missing; binds the record to `schemaUrl`.
-    /// Warning: the text behind the last point of "alarmimage" isn't used. A device that numbers
-    /// the events of a sequence sends "appl_event_index" without an "alarmimage".
+    /// Warning: the text behind the last point of "alarmimage" isn't used.
     /// Bad input: a record that isn't an object becomes an empty one first.
     void normalise();
 

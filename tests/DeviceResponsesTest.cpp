@@ -466,8 +466,7 @@ TEST(DeviceResponses, SetThePlaybackModeByTheMethodThatIsAnswered) {
     }
 }
 
-// Taking the error for a refusal would leave the mode; devices answer some commands they carry out
-// with an error.
+// Taking the error for a refusal would be the evident repair; the mode would then stay at 18.
 TEST(DeviceResponses, AnErrorToAPlaybackCommandChangesTheModeAllTheSame) {
     const struct {
         const char* method;

@@ -180,6 +180,17 @@ TEST(MailBoxEntry, SharesItsRecordWithItsCopies) {
     EXPECT_EQ(&entry.record().objectValue(), &assigned.record().objectValue());
 }
 
+// A normalised record is edited in place, a copy of it isn't.
+TEST(MailBoxEntry, ShowsAChangeOfTheSourceInItsCopies) {
+    MailBoxEntry entry(value_of(R"({"rid":7})"));
+    MailBoxEntry copy = entry;
+    entry.record()["rid"] = 8;
+    EXPECT_EQ(8, copy.recordId());
+    copy.record()["rid"] = 9;
+    EXPECT_EQ(9, copy.recordId());
+    EXPECT_EQ(8, entry.recordId());
+}
+
 TEST(MailBoxEntry, CopiesItsRowAtEveryDepth) {
     Variant row = value_of(R"({"alarmimage":"12.5","events":[{"kind":"bell"}]})");
     const MailBoxEntry entry(row);

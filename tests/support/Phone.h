@@ -25,8 +25,6 @@ public:
     /// Called with each entry of `told`, from inside the operation.
     std::function<void(const std::string& entry)> whenTold;
 
-    using Recording<qx::GatecastConversation>::call;
-
     using json::Conversation::attachmentData;
     using json::Conversation::pendingRequests;
     using qx::GatecastConversation::currentEntry;
