@@ -2,63 +2,55 @@
 #include "expect.h"
 #include "schema/Schema.h"
 #include "json/JsonParser.h"
-#include "json/Variant.h"
 
-#include <boost/intrusive_ptr.hpp>
 #include <iostream>
-#include <string>
+#include <sstream>
 
 namespace {
 
-void register_and_check() {
-    json::Schema::import(json::JsonParser::parseTree(R"({
-        "id": "http://example.com/volume",
-        "type": "integer", "minimum": 1, "maximum": 11
-    })"));
-
-    boost::intrusive_ptr<json::Schema> volume =
-        json::Schema::resolve("http://example.com/volume", qx::Url());
-    bool loud = volume->validate(json::Variant(11)).ok();   // true
-    bool louder = volume->validate(json::Variant(12)).ok(); // false
-    EXPECT(loud && !louder);
+void check() {
+    const json::Schema volume(R"({"type": "integer", "minimum": 0, "maximum": 11})");
+    EXPECT(volume.validate(5).ok());
+    EXPECT(!volume.validate("loud").ok());
+    const json::Schema::ValidationResult& result = volume.validate(12);
+    EXPECT(result.code == json::Schema::ValueOutOfBounds);
+    EXPECT(result.detail == 11);
+    std::cout << result; // the code, the place, the value and the schema that it violates
 }
 
-void report() {
-    boost::intrusive_ptr<json::Schema> person(
-        new json::Schema(R"({"type": "object", "properties": {"age": {"type": "integer"}}})"));
-    json::Schema::ValidationResult result =
-        person->validate(json::JsonParser::parseTree(R"({"age": "young"})"));
-    EXPECT(result.code == json::Schema::WrongDataType);
-    EXPECT(result.path[0] == std::string("age")); // where the fault lies
-    EXPECT(result.value == "young");              // what stands there
-    std::cerr << result;                          // the same for a person, with the schema
+void where() {
+    const json::Schema doors(R"({"items": {"properties": {"open": {"type": "boolean"}}}})");
+    const auto& result = doors.validate(json::JsonParser::parseTree(R"([{}, {"open": 1}])"));
+    std::ostringstream place;
+    place << result.path;
+    EXPECT(place.str() == "[1].open");
+    EXPECT(result.value == 1);
+    EXPECT(result.detail == "integer, expected boolean");
 }
 
-void defaults() {
-    boost::intrusive_ptr<json::Schema> door(new json::Schema(R"({"type": "object", "properties": {
-        "name": {"type": "string", "required": true, "default": "front"},
-        "seconds": {"type": "integer", "required": true, "minimum": 3},
-        "note": {"type": "string"}
-    }})"));
-    json::Variant value = door->autoValue(); // {"name":"front","seconds":3}
-    EXPECT(value.size() == 2 && value["name"] == "front" && value["seconds"] == 3);
+void registry() {
+    std::istringstream documents(R"([
+        {"id": "http://example.com/door", "properties": {"open": {"type": "boolean"}}},
+        {"id": "http://example.com/house", "items": {"$ref": "door"}}
+    ])");
+    json::Schema::import(&documents); // tells each import on std::cout
+    const auto house = json::Schema::resolve("http://example.com/house", qx::Url());
+    EXPECT(house->validate(json::JsonParser::parseTree(R"([{"open": true}])")).ok());
+    EXPECT(!house->validate(json::JsonParser::parseTree(R"([{"open": "yes"}])")).ok());
 }
 
-void bind() {
-    boost::intrusive_ptr<json::Schema> door(new json::Schema(
-        R"({"type": "object", "properties": {"name": {"type": "string", "default": "front"}}})"));
-    json::Variant value = json::Variant::EmptyObject;
-    value.attachSchema(door);
-    const json::Variant& read = value;
-    EXPECT(read["name"] == "front"); // a missing element reads as its default
-    EXPECT(read.size() == 0);        // and is still missing
+void children() {
+    const json::Schema pair(R"({"items": [{"type": "string"}, {"type": "integer"}]})");
+    EXPECT(pair[0]->types().count() == 1);
+    EXPECT(pair[2] == json::Schema::NullPtr);      // nothing may stand there
+    EXPECT(pair["key"] == json::Schema::EmptyPtr); // anything may
 }
 
 } // namespace
 
 int main() {
-    register_and_check();
-    report();
-    defaults();
-    bind();
+    check();
+    where();
+    registry();
+    children();
 }
