@@ -12,6 +12,7 @@
 #include <functional>
 #include <limits>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -566,6 +567,19 @@ TEST(List, CutsAndFillsToASize) {
     EXPECT_EQ("[1,7,7]", json_of_list(bound.list()));
     bound.list().resize(0, Variant());
     EXPECT_TRUE(bound.list().empty());
+}
+
+TEST(List, RefusesALengthThatNoListHas) {
+    json::List list;
+    list << integer(1);
+    try {
+        list.resize(static_cast<std::size_t>(-1), Variant());
+        FAIL();
+    } catch (const std::length_error& error) {
+        EXPECT_STREQ("vector<T> too long", error.what());
+    }
+    EXPECT_THROW(list.at(static_cast<std::size_t>(-2)), std::length_error);
+    EXPECT_EQ("[1]", json_of_list(list));
 }
 
 // --- Exchanging

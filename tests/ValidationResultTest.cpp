@@ -309,37 +309,14 @@ TEST(Schema, HasTheBaseUrlOfTheSystemsSchemas) {
                  static_cast<const char*>(Schema::applicationSchemaBaseUrl()));
 }
 
-// --- Values and their schemas
-
-TEST(SchemaBinding, StandsForAnUnboundValue) {
+TEST(Schema, IsNotKeptAliveByItsOwnResult) {
     const Variant value(5);
-    EXPECT_EQ(&Schema::Empty, &value.schema());
-    EXPECT_TRUE(value.validate());
-}
-
-TEST(SchemaBinding, MakesAValueSticky) {
-    const Variant value(5);
-    value.attachSchema(Schema::NullPtr);
-    EXPECT_TRUE(is_sticky(value)) << "even without a schema";
-    EXPECT_EQ(&Schema::Empty, &value.schema());
     const boost::intrusive_ptr<Schema> schema(new Schema);
     value.attachSchema(schema);
-    EXPECT_EQ(schema.get(), &value.schema());
     EXPECT_EQ(2u, schema->use_count());
     EXPECT_TRUE(value.validate());
     value.attachSchema(Schema::NullPtr);
-    EXPECT_EQ(&Schema::Empty, &value.schema());
     EXPECT_EQ(1u, schema->use_count());
-}
-
-TEST(SchemaBinding, KeepsTheBindingWhenAnUnknownUrlIsAttached) {
-    const Variant value(5);
-    EXPECT_FALSE(value.attachSchema(qx::Url("http://nowhere.example/x"), qx::Url()));
-    EXPECT_FALSE(is_sticky(value));
-    value.attachSchema(Schema::EmptyPtr);
-    EXPECT_FALSE(value.attachSchema(qx::Url("http://nowhere.example/x"), qx::Url()));
-    EXPECT_EQ(Schema::EmptyPtr.get(), &value.schema());
-    EXPECT_TRUE(is_sticky(value));
 }
 
 } // namespace

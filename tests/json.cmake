@@ -7,6 +7,7 @@ gatecast_add_tests(json_tests
     ObjectTest.cpp
     PathTest.cpp
     ValueModelTest.cpp
+    VariantAliasingTest.cpp
     VariantLocaleTest.cpp
     VariantSharingTest.cpp
     VariantTest.cpp)

@@ -4,4 +4,5 @@ gatecast_add_tests(schema_tests
     SchemaDefaultsTest.cpp
     SchemaLoadingTest.cpp
     SchemaPropertyTest.cpp
-    SchemaRegistryTest.cpp)
+    SchemaRegistryTest.cpp
+    ValidationResultTest.cpp)
