@@ -210,7 +210,7 @@ TEST(MemoryCache, ReplacesTheValueOfAKey) {
 
 TEST(MemoryCache, DropsTheValueThatWasUnusedForLongest) {
     Memory cache(3, true);
-    for (const unsigned long long key : {1, 2, 3, 4}) {
+    for (const unsigned long long key : {1ULL, 2ULL, 3ULL, 4ULL}) {
         cache.putCopy(key, "value");
     }
     EXPECT_THAT(keys_in(cache, 10), ElementsAre(2u, 3u, 4u));
@@ -218,7 +218,7 @@ TEST(MemoryCache, DropsTheValueThatWasUnusedForLongest) {
 
 TEST(MemoryCache, TakesAReadForUse) {
     Memory cache(3, true);
-    for (const unsigned long long key : {1, 2, 3}) {
+    for (const unsigned long long key : {1ULL, 2ULL, 3ULL}) {
         cache.putCopy(key, "value");
     }
     cache.get(1);
@@ -265,7 +265,7 @@ TEST(MemoryCache, ForgetsAllAndGoesOn) {
     cache.clear();
     EXPECT_EQ(0u, cache.size());
     EXPECT_EQ(nullptr, cache.get(1));
-    for (const unsigned long long key : {4, 5, 6, 7}) {
+    for (const unsigned long long key : {4ULL, 5ULL, 6ULL, 7ULL}) {
         cache.putCopy(key, "value");
     }
     EXPECT_THAT(keys_in(cache, 10), ElementsAre(5u, 6u, 7u));
@@ -372,7 +372,7 @@ TEST(MemoryCache, SettingTheCapacityEntersItsOwnSlotAgain) {
         }
     };
     Ending cache;
-    for (const unsigned long long key : {1, 2, 3}) {
+    for (const unsigned long long key : {1ULL, 2ULL, 3ULL}) {
         cache.putCopy(key, "value");
     }
     cache.setCapacity(2);
@@ -540,7 +540,7 @@ TEST(MultiCache, MovesAHitToTheCachesBefore) {
     Multi chain(std::move(first));
     chain.append(std::move(second));
     chain.append(std::move(third));
-    for (const unsigned long long key : {1, 2, 3}) {
+    for (const unsigned long long key : {1ULL, 2ULL, 3ULL}) {
         chain.putCopy(key, std::to_string(key));
     }
     EXPECT_THAT(keys_in(*caches[0], 10), ElementsAre(3u));
