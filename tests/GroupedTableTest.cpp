@@ -84,6 +84,20 @@ TEST(GroupedTable, FindsTheFirstOfEqualEntriesAndTheOthersBehindIt) {
     EXPECT_EQ(5u, table.size());
 }
 
+TEST(GroupedTable, ACopyKeepsTheOrderWithinAKeyAndGoesOnWithIt) {
+    Table table;
+    const Key a = make_key("a");
+    const Key b = make_key("b");
+    for (const Key& key : {a, b, a, b, a}) {
+        insert(table, key, std::to_string(table.size()));
+    }
+    Table copy(table);
+    insert(copy, a, "more");
+    EXPECT_EQ((std::vector<std::string>{"0", "2", "4", "more"}), group(copy, a));
+    EXPECT_EQ((std::vector<std::string>{"1", "3"}), group(copy, b));
+    EXPECT_EQ((std::vector<std::string>{"0", "2", "4"}), group(table, a));
+}
+
 TEST(GroupedTable, PlacesByIdentityAndFindsByText) {
     Table table;
     const Key one = make_key("a");
