@@ -35,6 +35,13 @@ static_assert(GatecastConversation::LivePreviewKey == 9223372036854775807);
 
 namespace {
 
+/// Inherits each base once more: they are one object, since both are virtual.
+struct Diamond : GatecastConversation,
+                 virtual json::Conversation,
+                 virtual qx::IJsonHeaderUpdateReceiver {};
+static_assert(std::is_convertible_v<Diamond*, json::Conversation*>);
+static_assert(std::is_convertible_v<Diamond*, qx::IJsonHeaderUpdateReceiver*>);
+
 constexpr const char* kEntry = R"({"timestamp":1.5,"appl_sequence_no":17,"appl_event_index":2})";
 
 MailBoxEntry entry_of(const char* row) { return MailBoxEntry(json::JsonParser::parseTree(row)); }
@@ -160,6 +167,16 @@ TEST(GatecastConversation, PoolsTheKeysOfTheDevicesResults) {
     for (const auto& row : rows) {
         EXPECT_EQ(json::Object::key_pool().intern(row.text), row.key) << row.text;
     }
+}
+
+TEST(GatecastConversation, LetsGoOfItsImagesWhenItEnds) {
+    const auto image = boost::make_shared<std::string>("picture");
+    {
+        Phone phone;
+        phone.previewCache->put(7, image);
+        EXPECT_EQ(2, image.use_count());
+    }
+    EXPECT_EQ(1, image.use_count());
 }
 
 // ----- The table of methods ----------------------------------------------------------------------

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <locale>
 #include <string>
 #include <type_traits>
@@ -288,6 +289,18 @@ TEST(MailBoxEntry, CanBeNormalisedAgainAfterAChange) {
 
 TEST(MailBoxEntry, NamesTheSchemaOfItsRecord) {
     EXPECT_STREQ("http://schemas.gatecast.example/mail/list.json#entry", MailBoxEntry::schemaUrl());
+}
+
+// In a process of its own, since the registry forgets nothing.
+TEST(MailBoxEntry, IsBoundToItsSchemaOnceThatIsRegistered) {
+    EXPECT_EXIT(
+        {
+            const boost::intrusive_ptr<json::Schema> schema(new json::Schema);
+            json::Schema::import(MailBoxEntry::schemaUrl(), schema);
+            const MailBoxEntry entry(value_of(R"({"rid":7})"));
+            std::_Exit(&entry.record().schema() == schema.get() ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(MailBoxEntry, HasNoSchemaWhenNoneIsRegistered) {

@@ -124,6 +124,7 @@ TEST(Preview, ArrivesWithAHeaderUpdate) {
     EXPECT_THAT(phone.told, ElementsAre("mailPreviewReady(7, \xFF\xD8 picture)"));
     EXPECT_THAT(phone.previewKeyByRequest, IsEmpty());
     EXPECT_THAT(phone.previewRequestByKey, IsEmpty());
+    ASSERT_EQ(1u, phone.images.size());
     EXPECT_EQ(phone.images[0], cached(phone, 7)) << "shared with the cache";
     EXPECT_EQ(phone.images[0], phone.downloadMailPreviewImage(7, 1, 2, true));
 }
