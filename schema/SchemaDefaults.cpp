@@ -29,6 +29,7 @@ public:
     static bool tooDeep() { return depth_ > kAutoDepth; }
     /// Takes what is left of `wanted` and returns it.
     static std::uint64_t take(std::uint64_t wanted) {
+        if (depth_ == 0) return std::min(wanted, kAutoSize); // a part that is asked by itself
         const std::uint64_t taken = std::min(wanted, left_);
         left_ -= taken;
         return taken;
