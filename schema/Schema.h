@@ -39,7 +39,7 @@ namespace json {
 /// Threads: one at a time, registry included; a check writes the schema's own result.
 class GATECAST_EXPORT Schema : public qx::IntrusiveObject {
 public:
-    /// The kinds of value, one bit at the position that the kind has in a document; see below.
+    /// A set of kinds of value: bit n stands for the `json::Type` of number n.
     using TypeSet = std::bitset<8>;
 
     /// What went wrong in a check. The numbers are printed and don't change.
