@@ -301,9 +301,10 @@ TEST(Console, KeepsStandardOutputForItself) {
     EXPECT_EQ("still open\n", testing::internal::GetCapturedStdout());
 }
 
-TEST(Console, ListsItsCommands) {
+TEST(Console, ListsItsCommandsAsTheGuideDoes) {
     ConsoleAtStation at;
     const std::string help = at.obey("help");
+    EXPECT_NE(std::string::npos, content_of("../docs/examples.md").find("\n" + help)) << help;
     for (const char* command :
          {"door",    "light",  "ring",    "ack",   "click",    "pan",     "center", "zoom",
           "mode",    "live",   "play",    "pause", "register", "mailbox", "seen",   "delete",
@@ -390,7 +391,7 @@ TEST(Console, LetsAPersonGoOnAfterAWrongCommand) {
 
 TEST(Console, SaysHowACommandIsUsed) {
     const std::vector<std::pair<const char*, const char*>> rows = {
-        {"door now", "error: usage: door \n"},
+        {"door now", "error: usage: door\n"},
         {"ack maybe", "error: usage: ack [no]\n"},
         {"pan 3", "error: usage: pan X Y\n"},
         {"pan 3 up", "error: usage: pan X Y\n"},

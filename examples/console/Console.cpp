@@ -179,7 +179,8 @@ void Console::begin(const std::string& line) {
     const std::uint64_t sentBefore = sent_;
     const std::size_t parameters = words.size() - 1;
     if (parameters < found->fewest || parameters > found->most || !(this->*found->run)(words)) {
-        fail("usage: " + std::string(found->name) + " " + found->parameters);
+        const std::string rest = found->parameters;
+        fail("usage: " + std::string(found->name) + (rest.empty() ? "" : " " + rest));
     } else if (sent_ != sentBefore && !finished_) {
         awaitAnswers();
     }

@@ -28,7 +28,7 @@ int opened(const std::string& script) {
 
 int main(int argc, char** argv) {
     std::string host = "127.0.0.1";
-    std::string port;
+    unsigned short port = 0;
     std::string script;
     long long patience = 10;
     console::Console::Settings settings;
@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
                  "was understood and answered.",
                  "gatecast-console");
     app.add_option("--host", host, "Where the station listens")->capture_default_str();
-    app.add_option("--port", port, "The station's port")->required();
+    app.add_option("--port", port, "The station's port")->required()->check(CLI::Range(1, 65535));
     app.add_option("--phone", settings.phone, "The token by which the station knows this phone")
         ->capture_default_str();
     app.add_option("--script", script, "Read the commands from this file, and repeat them");
@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
         const int input = script.empty() ? STDIN_FILENO : opened(script);
         settings.script = ::isatty(input) == 0;
         console::WebSocketTransport transport{std::chrono::seconds(patience)};
-        transport.connect(host, port);
+        transport.connect(host, std::to_string(port));
         console::Console console([&](const std::string& text) { transport.send(text); }, std::cout,
                                  std::cerr, settings);
         transport.run(console, input);

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <deque>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -218,8 +219,12 @@ void WebSocketServer::Implementation::stop() {
     });
 }
 
-WebSocketServer::WebSocketServer(Station& station, const Options& options)
-    : implementation_(std::make_unique<Implementation>(station, options)) {}
+WebSocketServer::WebSocketServer(Station& station, const Options& options) try
+    : implementation_(std::make_unique<Implementation>(station, options)) {
+} catch (const boost::system::system_error& error) {
+    throw std::runtime_error("can't listen on 127.0.0.1:" + std::to_string(options.port) + ": " +
+                             error.code().message());
+}
 
 WebSocketServer::~WebSocketServer() = default;
 

@@ -18,7 +18,8 @@ int main(int argc, char** argv) {
                  "its clients over WebSocket until SIGINT or SIGTERM.",
                  "gatecast-station");
     app.add_option("--port", options.port, "Port to listen on, 0 for any free one")
-        ->capture_default_str();
+        ->capture_default_str()
+        ->check(CLI::Range(0, 65535));
     app.add_option("--protocol", settings.versionMajor,
                    "Kind of device: 0 the first, 1 and 2 later ones")
         ->capture_default_str()
