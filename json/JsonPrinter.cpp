@@ -2,6 +2,7 @@
 #include "json/JsonPrinter.h"
 
 #include "core/detail/CNumbers.h"
+#include "json/TreeIterator.h"
 
 #include <yajl/yajl_gen.h>
 
@@ -419,14 +420,17 @@ void clear_marks_in_front(const List& list) {
 
 } // namespace
 
-// Intended: the walk goes on adding levels over a container that isn't empty and never comes back
-// from it, which ends as a walk that used up all memory does.
-// Held by JsonPrinter.IgnoringAutoValuesEndsInBadAllocForANonEmptyContainer.
+// Intended: the walk stays on the root and, over a container that isn't empty, adds levels until
+// memory runs out.
+// Held by JsonMemory.IgnoringAutoValuesUsesUpAllMemoryForAContainerThatIsNotEmpty.
 void JsonPrinter::updateAutoValues(const Variant& root) {
-    if (root.isList()) clear_marks_in_front(root.listValue());
-    if (!root.isComposite() || root.size() == 0) return;
-    if (root.dirty()) root.clearAutoValue();
-    throw std::bad_alloc();
+    for (TreeIterator it(root); !it.empty(); ++it) {
+        if (it->isList()) clear_marks_in_front(it->listValue());
+        if (!it->dirty()) continue;
+        for (int level = it.depth() - 2; level >= 0; --level) {
+            it[level].clearAutoValue();
+        }
+    }
 }
 
 } // namespace json

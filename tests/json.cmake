@@ -6,8 +6,13 @@ gatecast_add_tests(json_tests
     NaturalCodeTest.cpp
     ObjectTest.cpp
     PathTest.cpp
+    TreeIteratorTest.cpp
     ValueModelTest.cpp
     VariantAliasingTest.cpp
+    VariantIteratorTest.cpp
     VariantLocaleTest.cpp
     VariantSharingTest.cpp
     VariantTest.cpp)
+
+# A program of its own: it replaces operator new.
+gatecast_add_tests(json_memory_tests JsonMemoryTest.cpp)

@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: MIT
+// What the JSON text classes do when memory runs out. A program of its own: it replaces `new`.
+#include "support/KnownLeak.h"
+#include "support/SortedText.h"
+#include "support/ValueProbe.h"
+#include "json/JsonParser.h"
+#include "json/JsonPrinter.h"
+#include "json/TreeIterator.h"
+#include "json/VariantIterator.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
+
+std::size_t allocations_left = kUnlimited;
+std::ptrdiff_t allocations_held = 0;
+
+void* allocate(std::size_t size) {
+    if (allocations_left == 0) throw std::bad_alloc();
+    if (allocations_left != kUnlimited) --allocations_left;
+    void* memory = std::malloc(size);
+    if (memory == nullptr) throw std::bad_alloc();
+    ++allocations_held;
+    return memory;
+}
+
+void release(void* memory) noexcept {
+    if (memory == nullptr) return;
+    --allocations_held;
+    std::free(memory);
+}
+
+/// While it lives, `new` works so many times and then throws.
+struct AllocationLimit {
+    explicit AllocationLimit(std::size_t count) { allocations_left = count; }
+    ~AllocationLimit() { allocations_left = kUnlimited; }
+    AllocationLimit(const AllocationLimit&) = delete;
+    AllocationLimit& operator=(const AllocationLimit&) = delete;
+};
+
+} // namespace
+
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void operator delete(void* memory) noexcept { release(memory); }
+void operator delete[](void* memory) noexcept { release(memory); }
+void operator delete(void* memory, std::size_t) noexcept { release(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
+
+namespace {
+
+using json::JsonParser;
+using json::JsonPrinter;
+using json::Variant;
+using test::sorted_text;
+
+constexpr char kText[] =
+    "{\"memory key\":[1,2.5,\"a text that needs room of its own\",{\"k\":null}],"
+    "\"other memory key\":{\"k\":[[[true]]]}}";
+
+/// Runs `call` with every number of allocations until it gets through; returns how often it failed.
+template <typename Call>
+int fail_at_every_allocation(Call call) {
+    for (std::size_t count = 0;; ++count) {
+        try {
+            const AllocationLimit limit(count);
+            call();
+            return static_cast<int>(count);
+        } catch (const std::bad_alloc&) {
+        }
+    }
+}
+
+TEST(JsonMemory, AParserGoesOnBehindAnyAllocationThatFails) {
+    JsonParser parser;
+    const int failures = fail_at_every_allocation([&] {
+        parser.reset();
+        parser.parse(kText);
+        parser.parseComplete();
+    });
+    EXPECT_LT(10, failures);
+    EXPECT_EQ(kText, sorted_text(parser.parseComplete()));
+}
+
+TEST(JsonMemory, AParserIsUsableAfterEachAllocationThatFails) {
+    for (std::size_t count = 0; count < 60; ++count) {
+        JsonParser parser;
+        try {
+            const AllocationLimit limit(count);
+            parser.parse(kText);
+        } catch (const std::bad_alloc&) {
+        }
+        parser.reset();
+        EXPECT_TRUE(parser.parse("[1,{\"a\":2}]")) << count;
+        EXPECT_EQ("[1,{\"a\":2}]", sorted_text(parser.parseComplete())) << count;
+    }
+}
+
+TEST(JsonMemory, AnErrorTextThatFindsNoRoomLetsTheExceptionPass) {
+    JsonParser parser;
+    const int failures = fail_at_every_allocation([&] {
+        parser.reset();
+        parser.parse("[1,oops]");
+    });
+    EXPECT_LT(1, failures);
+    EXPECT_EQ(0u, std::string(parser.lastError().c_str()).find("lexical error"));
+}
+
+TEST(JsonMemory, APrinterGoesOnBehindAnyAllocationThatFails) {
+    struct Sink {
+        static void print(void* context, const char* text, int length) {
+            static_cast<std::string*>(context)->assign(text, static_cast<std::size_t>(length));
+        }
+    };
+    const Variant value = JsonParser::parseTree(kText);
+    std::string text;
+    text.reserve(1000);
+    JsonPrinter printer(&Sink::print, &text, true);
+    printer.print(value);
+    const std::string expected = text;
+    const int failures = fail_at_every_allocation([&] { printer.print(value); });
+    EXPECT_LT(0, failures);
+    EXPECT_EQ(expected, text); // nothing of the texts that failed stands in front
+}
+
+TEST(JsonMemory, KeepsNothingOfWhatIsReadAndPrinted) {
+    const auto read_and_print = [] {
+        JsonParser parser;
+        parser.parse(kText);
+        JsonParser copy(parser);
+        JsonPrinter printer;
+        printer.print(copy.parseComplete());
+        JsonPrinter(printer).print(Variant(1));
+    };
+    read_and_print(); // keys are interned once
+    const std::ptrdiff_t before = allocations_held;
+    read_and_print();
+    EXPECT_EQ(before, allocations_held);
+}
+
+// A walk over the tree would come back; this one stays on the root, and adds levels.
+TEST(JsonMemory, IgnoringAutoValuesUsesUpAllMemoryForAContainerThatIsNotEmpty) {
+    for (const char* text : {"[1]", "{\"a\":1}", "[[]]"}) {
+        const Variant value = JsonParser::parseTree(text);
+        JsonPrinter printer;
+        printer.setIgnoreAutoValues(true);
+        const AllocationLimit limit(2000);
+        EXPECT_THROW(printer.print(value), std::bad_alloc) << text;
+    }
+}
+
+/// A list whose elements have the auto mark where the digits say 1.
+Variant marked_list(const char* digits) {
+    Variant list = Variant::newList();
+    for (int i = 0; digits[i] != '\0'; ++i) {
+        list << i;
+    }
+    for (std::size_t i = 0; digits[i] != '\0'; ++i) {
+        set_auto_value(std::as_const(list)[i], digits[i] == '1');
+    }
+    return list;
+}
+
+TEST(JsonMemory, KeepsAutoMarksAtTheEndOfAListOnly) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"00011", "[0,1,2]"}, {"10000", "[0,1,2,3,4]"}, {"10101", "[0,1,2,3]"}, {"111", "[]"}};
+    for (const auto& row : rows) {
+        const Variant list = marked_list(row.first);
+        JsonPrinter printer;
+        printer.setIndent("");
+        printer.setIgnoreAutoValues(true);
+        try {
+            const AllocationLimit limit(2000);
+            printer.print(list);
+        } catch (const std::bad_alloc&) {
+        }
+        printer.reset();
+        printer.printVariant(list);
+        const boost::intrusive_ptr<qx::IntrusiveString> text(printer.newString());
+        EXPECT_STREQ(row.second, text->c_str()) << row.first;
+    }
+}
+
+TEST(JsonMemory, ClearsTheAutoMarkOfAContainerThatIsDirty) {
+    for (const bool dirty : {true, false}) {
+        Variant list = JsonParser::parseTree("[1]");
+        list.setDirty(dirty);
+        set_auto_value(list, true);
+        JsonPrinter printer;
+        printer.setIgnoreAutoValues(true);
+        try {
+            const AllocationLimit limit(2000);
+            printer.print(list);
+        } catch (const std::bad_alloc&) {
+        }
+        EXPECT_EQ(!dirty, list.autoValue());
+    }
+}
+
+TEST(JsonMemory, AStepOfATreeIteratorOnlyAddsLevels) {
+    const Variant value = JsonParser::parseTree("[1,2]");
+    json::TreeIterator it(value);
+    std::size_t steps = 0;
+    EXPECT_THROW(
+        {
+            const AllocationLimit limit(2000);
+            for (; !it.empty(); ++it) {
+                ++steps;
+            }
+        },
+        std::bad_alloc);
+    EXPECT_LT(100u, steps);
+    EXPECT_EQ(&value, &*it);
+}
+
+// The end position that is built is never deleted.
+TEST(JsonMemory, TheEndOfAVariantIteratorLeaksItsPosition) {
+    const Variant value = JsonParser::parseTree("[1,2]");
+    const std::ptrdiff_t before = allocations_held;
+    {
+        const KnownLeak leak;
+        const json::VariantIterator end = json::VariantIterator::end(value);
+        EXPECT_FALSE(end.isList());
+    }
+    EXPECT_EQ(before + 1, allocations_held);
+}
+
+} // namespace
