@@ -287,9 +287,20 @@ TEST(Console, DescribesAMethod) {
               "trigger (string)\n"
               "    Opens the door, or turns the light on or off.\n"
               "\n"
-              "    @param ?door or light [\"door\",\"elight\"]\n",
+              "    @param  door or light [\"door\",\"elight\"]\n",
               at.obey("methods trigger"));
     EXPECT_EQ("the device has told of no such method\n", at.obey("methods open_sesame"));
+}
+
+TEST(Console, TakesTheBeginningOfAMethodsName) {
+    ConsoleAtStation at;
+    EXPECT_EQ(at.obey("methods trigger"), at.obey("methods trig"));
+    EXPECT_EQ("ptz begins several methods: ptz_click, ptz_pan, ptz_zoom\n", at.obey("methods ptz"));
+    EXPECT_EQ("ptz_zoom: [0,0,2]\nview: 0 to the right, 0 up, zoom 2\n",
+              at.obey("call ptz_z [1, true]"));
+    EXPECT_EQ("ptz begins several methods: ptz_click, ptz_pan, ptz_zoom\n",
+              at.obey("call ptz [1, true]"));
+    EXPECT_EQ(0, at.console.exitStatus());
 }
 
 TEST(Console, KeepsStandardOutputForItself) {
@@ -424,7 +435,8 @@ TEST(Console, SaysHowACommandIsUsed) {
 TEST(Console, ShowsErrorsOfTheDeviceAndGoesOn) {
     ConsoleAtStation at(Settings(), script());
     EXPECT_EQ("> call ptz_pan [99, 0, true]\n"
-              "warning: ptz_pan isn't called as the device has described it\n"
+              "warning: ptz_pan isn't called as the device has described it: value out of bounds "
+              "at [0]\n"
               "device error 4: ptz_pan: parameter 1 is above 10\n",
               at.obey("call ptz_pan [99, 0, true]"));
     EXPECT_FALSE(at.console.finished());

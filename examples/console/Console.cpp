@@ -7,6 +7,7 @@
 #include <charconv>
 #include <iostream>
 #include <iterator>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -237,9 +238,11 @@ bool Console::handleResponse(const json::Request& request, const json::Response&
 }
 
 bool Console::warningRequestValidation(const json::Request& request,
-                                       json::Schema::ValidationResult) {
+                                       json::Schema::ValidationResult result) {
+    std::ostringstream fault;
+    fault << result.message(result.code) << " at " << result.path;
     tell("warning: " + plain(request.methodName().c_str()) +
-         " isn't called as the device has described it");
+         " isn't called as the device has described it: " + plain(fault.str()));
     return true;
 }
 
@@ -530,11 +533,14 @@ bool Console::status(const Words&) {
 
 bool Console::methods(const Words& words) {
     if (words.size() == 2) {
+        const std::string method = completed(words[1]);
+        if (method.empty()) return true;
         std::stringstream help;
-        printMethodHelp(help, words[1]);
+        printMethodHelp(help, method);
         if (help.str().empty()) tell("the device has told of no such method");
         for (std::string line; std::getline(help, line);) {
             const std::size_t text = std::min(line.find_first_not_of('\t'), line.size());
+            std::replace(line.begin(), line.end(), '\t', ' ');
             out_ << std::string(4 * text, ' ') << plain(line.substr(text)) << std::endl;
         }
         return true;
@@ -547,13 +553,33 @@ bool Console::methods(const Words& words) {
     return true;
 }
 
+/// The method that the beginning of its name stands for. A name that the device has told of stands
+/// for itself, and so does one that no name begins with; "" where several do, and they are told.
+std::string Console::completed(const std::string& beginning) {
+    std::set<std::string> candidates; // a catalogue that came twice has its names twice
+    for (const qx::IntrusiveString& name : methodNames) {
+        const std::string method = name.c_str();
+        if (method == beginning) return method;
+        if (method.compare(0, beginning.size(), beginning) == 0) candidates.insert(method);
+    }
+    if (candidates.empty()) return beginning;
+    if (candidates.size() == 1) return *candidates.begin();
+    std::string all;
+    for (const std::string& method : candidates) {
+        all += (all.empty() ? "" : ", ") + plain(method);
+    }
+    tell(plain(beginning) + " begins several methods: " + all);
+    return std::string();
+}
+
 bool Console::callMethod(const Words& words) {
     json::Variant parameters = json::Variant::newList();
     if (words.size() > 2) {
         parameters = json::JsonParser::parseTree(words_from(words, 2));
         if (!parameters.isList()) return false; // a text that doesn't parse gives no list either
     }
-    call(words[1], parameters);
+    const std::string method = completed(words[1]);
+    if (!method.empty()) call(method, parameters);
     return true;
 }
 

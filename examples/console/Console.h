@@ -110,6 +110,7 @@ private:
     void tellChoice(const std::string& kind, const std::string& id, const std::string& name);
     void tellEvent(const json::Request& request, const json::Response& response);
     std::string showing() const;
+    std::string completed(const std::string& beginning);
     const qx::MailBoxEntry* messageOf(const std::string& sequence) const;
 
     // One per command, in the order of the table.
