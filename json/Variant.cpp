@@ -432,9 +432,9 @@ Variant& Variant::operator[](const char* key) {
 Variant& Variant::operator[](std::string_view key) { return (*this)[std::string(key).c_str()]; }
 
 Variant& Variant::operator[](const qx::IntrusiveString& key) {
-    // The key may be the text of this very value, which the conversion drops.
-    if (!isObject()) return objectValue()[StringPtr(new String(key))];
-    return objectValue()[key];
+    if (isObject()) return objectValue()[key];
+    const StringPtr copy(new String(key)); // may be the text that the conversion drops
+    return objectValue()[copy];
 }
 
 Variant& Variant::operator[](const Variant& key) {
