@@ -424,12 +424,13 @@ TEST(Console, SaysHowACommandIsUsed) {
         {"call live [1", "error: usage: call METHOD [LIST]\n"},
         {"call live [1] 2", "error: usage: call METHOD [LIST]\n"},
     };
+    ConsoleAtStation at;
     for (const auto& [line, expected] : rows) {
-        ConsoleAtStation at;
+        at.errors.str(std::string());
         EXPECT_EQ("", at.obey(line)) << line;
         EXPECT_EQ(expected, at.errors.str()) << line;
-        EXPECT_EQ(1, at.console.exitStatus()) << line;
     }
+    EXPECT_EQ(1, at.console.exitStatus());
 }
 
 TEST(Console, ShowsErrorsOfTheDeviceAndGoesOn) {
@@ -516,8 +517,8 @@ TEST(Console, ReadsHostileFramesWithoutHarm) {
         R"({"result": )" + deep + R"(, "id": 9})",
         R"({"binary-attachment-list": 5, "result": 1, "id": 7})",
     };
+    ConsoleAtStation at;
     for (const std::string& frame : frames) {
-        ConsoleAtStation at;
         at.receive(frame);
         at.obey("methods");
         at.obey("status");
