@@ -2,6 +2,7 @@
 #include "json/JsonParser.h"
 
 #include "core/detail/CNumbers.h"
+#include "core/detail/ListenerList.h"
 
 #include <yajl/yajl_parse.h>
 
@@ -337,36 +338,20 @@ void JsonParser::notifyError(const qx::IntrusiveString& text) {
     }
 }
 
-namespace {
-
-template <typename Listener>
-void add_once(std::vector<Listener>& list, Listener listener) {
-    if (std::find(list.begin(), list.end(), listener) == list.end()) {
-        list.push_back(std::move(listener));
-    }
+void JsonParser::registerListener(IJsonParserListener* listener) {
+    qx::detail::add_once(listeners_, listener);
 }
-
-// Intended: the list keeps its length; what the move leaves at its end stays there.
-// Held by JsonParser.RemovingAListenerNeverShortensTheList.
-template <typename Listener>
-void close_gap(std::vector<Listener>& list, const Listener& listener) {
-    static_cast<void>(std::remove(list.begin(), list.end(), listener));
-}
-
-} // namespace
-
-void JsonParser::registerListener(IJsonParserListener* listener) { add_once(listeners_, listener); }
 
 void JsonParser::registerListener(boost::shared_ptr<IJsonParserListener> listener) {
-    add_once(sharedListeners_, std::move(listener));
+    qx::detail::add_once(sharedListeners_, std::move(listener));
 }
 
 void JsonParser::unregisterListener(IJsonParserListener* listener) {
-    close_gap(listeners_, listener);
+    qx::detail::close_gap(listeners_, listener);
 }
 
 void JsonParser::unregisterListener(boost::shared_ptr<IJsonParserListener> listener) {
-    close_gap(sharedListeners_, listener);
+    qx::detail::close_gap(sharedListeners_, listener);
 }
 
 // ----- Whole texts -------------------------------------------------------------------------------

@@ -2,13 +2,13 @@
 #include "rpc/Conversation.h"
 
 #include "core/Mutex.h"
+#include "core/detail/ListenerList.h"
 #include "core/detail/NeverDestroyed.h"
 #include "rpc/detail/Attachments.h"
 
 #include <algorithm>
 #include <cstring>
 #include <iostream>
-#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -18,23 +18,6 @@ namespace {
 
 constexpr std::size_t kFirstBuckets = 11;
 constexpr const char* kListMethods = "list_methods";
-
-template <typename Listener>
-void add_once(std::vector<Listener>& listeners, Listener listener) {
-    if (std::find(listeners.begin(), listeners.end(), listener) != listeners.end()) return;
-    listeners.push_back(std::move(listener));
-}
-
-template <typename Listener>
-void close_gap(std::vector<Listener>& listeners, const Listener& listener) {
-    auto to = std::find(listeners.begin(), listeners.end(), listener);
-    if (to == listeners.end()) return;
-    for (auto from = std::next(to); from != listeners.end(); ++from) {
-        if (*from != listener) *to++ = std::move(*from);
-    }
-    // Intended: the list keeps its length; the last place stays as it is, or emptied by the move.
-    // Held by ConversationListeners.RemovingOneNeverShortensTheList.
-}
 
 /// Calls every listener, the raw ones first, and combines their answers with AND. A callback may
 /// add to the lists or let go of a shared listener.
@@ -213,19 +196,19 @@ void Conversation::setBinaryAttachment(const char* data, int size) {
 }
 
 void Conversation::registerListener(IResponseListener* listener) {
-    add_once(responseListeners, listener);
+    qx::detail::add_once(responseListeners, listener);
 }
 
 void Conversation::registerListener(boost::shared_ptr<IResponseListener> listener) {
-    add_once(sharedResponseListeners, std::move(listener));
+    qx::detail::add_once(sharedResponseListeners, std::move(listener));
 }
 
 void Conversation::unregisterListener(IResponseListener* listener) {
-    close_gap(responseListeners, listener);
+    qx::detail::close_gap(responseListeners, listener);
 }
 
 void Conversation::unregisterListener(boost::shared_ptr<IResponseListener> listener) {
-    close_gap(sharedResponseListeners, listener);
+    qx::detail::close_gap(sharedResponseListeners, listener);
 }
 
 const qx::Url& Conversation::methodSchemaUrl() {
