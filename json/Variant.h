@@ -390,8 +390,8 @@ public:
 #define GATECAST_VARIANT_COMPARISONS(op, mirrored)                                                 \
     template <typename T, detail::RequireNumber<T> = 0,                                            \
               std::enable_if_t<!std::is_same_v<T, bool>, int> = 0>                                 \
-    bool operator op(T rhs) const {                                                                \
-        return *this op Variant(rhs);                                                              \
+    friend bool operator op(const Variant& lhs, T rhs) {                                           \
+        return lhs op Variant(rhs);                                                                \
     }                                                                                              \
     bool operator op(const std::string& rhs) const { return *this op rhs.c_str(); }                \
     bool operator op(std::string_view rhs) const { return *this op std::string(rhs).c_str(); }     \
