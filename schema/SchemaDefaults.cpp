@@ -9,8 +9,8 @@ namespace json {
 
 namespace {
 
-/// Defaults in defaults, past which there is none.
-constexpr int kAutoDepth = 128;
+/// Defaults in defaults, past which there is none: 128 levels, each of a default and its part.
+constexpr int kAutoDepth = 2 * 128;
 /// Elements, entries and blanks that are made, and references that are followed, for one default
 /// with all that lies in it.
 constexpr std::uint64_t kAutoSize = std::uint64_t{1} << 17;
@@ -29,7 +29,6 @@ public:
     static bool tooDeep() { return depth_ > kAutoDepth; }
     /// Takes what is left of `wanted` and returns it.
     static std::uint64_t take(std::uint64_t wanted) {
-        if (depth_ == 0) return std::min(wanted, kAutoSize); // a part that is asked by itself
         const std::uint64_t taken = std::min(wanted, left_);
         left_ -= taken;
         return taken;
@@ -130,6 +129,7 @@ std::int64_t Schema::autoIntegerValue() const {
 }
 
 const Variant& Schema::autoStringValue() const {
+    const Making making; // it may be asked by itself
     const char* start = text_of_format(stringFormat_);
     const std::uint64_t length = minStringLength();
     if (length == 0 && start == nullptr) return Variant::EmptyString;
@@ -139,6 +139,7 @@ const Variant& Schema::autoStringValue() const {
 }
 
 const Variant& Schema::autoListValue() const {
+    const Making making; // it may be asked by itself
     const std::uint64_t size = minItems();
     if (size == 0) return Variant::EmptyList;
     const boost::intrusive_ptr<List> list(new List);
@@ -152,6 +153,7 @@ const Variant& Schema::autoListValue() const {
 // Intended: a dependency that is a single text counts here, though the check ignores it.
 // Held by SchemaDefaults.ADependencyThatIsASingleTextIsFollowed.
 const Variant& Schema::autoObjectValue() const {
+    const Making making; // it may be asked by itself
     if (properties_.empty()) return Variant::EmptyObject;
     const boost::intrusive_ptr<Object> object(new Object);
     const auto set = [&](const qx::IntrusiveString& key) {

@@ -358,6 +358,12 @@ TEST(SchemaDefaults, AnObjectThatRequiresItselfIsCutShort) {
     EXPECT_TRUE(value["a"].isObject() || value["b"].isObject());
 }
 
+TEST(SchemaDefaults, APartThatIsAskedByItselfIsCutShortToo) {
+    const SchemaProbe schema(R"({"minItems":-1,"minLength":-1})");
+    EXPECT_EQ(131072u, schema.autoListValue().size());
+    EXPECT_EQ(131072u, schema.autoStringValue().size());
+}
+
 TEST(SchemaDefaults, SizesThatNoMemoryHoldsAreCutShort) {
     const SchemaPtr text = schema_of(R"({"type":"string","minLength":9000000000000000000})");
     EXPECT_EQ(131072u, text->autoValue().size());
