@@ -2,6 +2,7 @@
 #include "expect.h"
 #include "json/Path.h"
 #include "json/Variant.h"
+#include "json/VariantIterator.h"
 
 #include <iostream>
 #include <string>
@@ -70,6 +71,19 @@ void walk_by_path() {
     EXPECT(tree["a"]["c"] == "new");
 }
 
+void walk_children() {
+    json::Variant tree;
+    tree["door"] = "open";
+    int seen = 0;
+    for (json::VariantIterator it(tree); !it.atEnd(); ++it) {
+        std::cout << it.key() << ' ' << *it << '\n';
+    }
+    for (json::VariantIterator it(tree); !it.atEnd(); ++it) {
+        ++seen;
+    }
+    EXPECT(seen == 1);
+}
+
 } // namespace
 
 int main() {
@@ -79,4 +93,5 @@ int main() {
     compare();
     repeat_keys();
     walk_by_path();
+    walk_children();
 }
