@@ -217,4 +217,6 @@ bool TreeIterator::operator>=(const TreeIterator& other) const {
     return comparable(other) && compare(other) >= 0;
 }
 
+TreeIterator Variant::iterator() const { return TreeIterator(*this); }
+
 } // namespace json

@@ -454,6 +454,9 @@ public:
     /// The same for writing: adds the last key or grows the last list, but never converts a value
     /// on the way. Bad input: a miss gives `Empty`; check the address before you assign.
     Variant& select(const Path& path);
+    /// A stack of positions over this value, which must outlive it; `json/TreeIterator.h` says what
+    /// it is good for. Include that header where you call this.
+    TreeIterator iterator() const;
 
     // ----- Sharing and bookkeeping ------------------------------------------ VariantSharing.cpp
 

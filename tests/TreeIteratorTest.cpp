@@ -312,4 +312,11 @@ TEST(TreeIterator, OrdersNothingThatStandsOnDifferentValues) {
     EXPECT_FALSE(end < TreeIterator());
 }
 
+TEST(TreeIterator, IsHandedOutByTheValue) {
+    const Variant list = JsonParser::parseTree("[1,2]");
+    const TreeIterator it = list.iterator();
+    EXPECT_EQ(1, it.depth());
+    EXPECT_EQ(&list, &*it);
+}
+
 } // namespace
