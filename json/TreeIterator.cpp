@@ -51,6 +51,8 @@ int TreeIterator::index() const { return depth() < 2 ? -1 : stack_[stack_.size()
 
 // ----- Moving ------------------------------------------------------------------------------------
 
+// Intended: a segment goes with each level, also with one that has added none.
+// Held by TreeIterator.DropsASegmentAlsoWithALevelThatHasAddedNone.
 TreeIterator& TreeIterator::up() {
     if (stack_.empty()) return *this;
     stack_.pop_back();
@@ -127,7 +129,8 @@ TreeIterator TreeIterator::operator-(int count) const {
 }
 
 TreeIterator& TreeIterator::position(std::size_t index) {
-    return position_at("", static_cast<int>(index));
+    constexpr auto most = static_cast<std::size_t>(std::numeric_limits<int>::max());
+    return position_at("", index <= most ? static_cast<int>(index) : -1);
 }
 
 /// Looks for the child at the topmost level and adds a level for it.

@@ -64,9 +64,12 @@ public:
 
     // ----- Moving ----------------------------------------------------------------------------
 
-    /// Drops the topmost level, if there is one.
+    /// Drops the topmost level, if there is one, and the last segment of the path. An empty key has
+    /// added none: its level takes that of the level below along.
     TreeIterator& up();
     /// Adds a level where there is a child, else goes on at the levels below.
+    /// Warning: over a list or an object that isn't empty it only ever adds levels. A loop of steps
+    /// to the end doesn't end: it uses up all memory.
     TreeIterator& operator++();
     TreeIterator operator++(int);
     /// Drops the topmost level and steps the one below it back, if it can.
@@ -81,6 +84,7 @@ public:
     /// @}
     /// Adds a level at the child with that index, of a list or, in its own order, of an object.
     /// Where there is none it looks at the levels below, one after the other, down to the end.
+    /// Bad input: an index beyond the `int` range is the index of no child.
     TreeIterator& position(std::size_t index);
     /// Adds a level for each segment, by key or else by index, each looked up as in `position`.
     /// A segment that is no number has the index 0, so that a key that misses takes the first

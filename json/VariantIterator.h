@@ -59,9 +59,9 @@ public:
     virtual ~VariantIterator();
 
     static VariantIterator begin(const Variant& value) { return VariantIterator(value); }
+    /// The one position over `Variant::True`, whatever the value is.
     /// Warning: this is no end position of the value. It is unequal to every position in a list or
-    /// an object, so a loop that waits for it never ends, and each call leaks a position. Ask
-    /// `atEnd` instead.
+    /// an object, so a loop that waits for it never ends. Ask `atEnd` instead.
     static VariantIterator end(const Variant& value);
 
     /// The value that is walked.
@@ -89,13 +89,15 @@ public:
 
     VariantIterator& reset();
 
+    /// Whether both stand on the same child, or behind the last one of the same list, or of any two
+    /// objects. Values without children are compared by their values.
     bool operator==(const VariantIterator& other) const { return impl_->equals(other.impl_); }
     bool operator!=(const VariantIterator& other) const { return !(*this == other); }
-    /// Whether both walk the same children.
+    /// Whether both walk the same children: those of one container, or equal values without any.
     bool comparable(const VariantIterator& other) const;
-    /// The distance from the other position. On an object it is found by walking both forward, and
-    /// it is negative when this one reaches its end no later than the other one, whichever stands
-    /// first.
+    /// The distance from the other position, in a list by index. On an object it is found by
+    /// walking both forward, and it is negative when this one reaches its end no later than the
+    /// other one, whichever stands first. Bad input: 0 for positions of different kinds.
     int compare(const VariantIterator& other) const { return impl_->compare(other.impl_); }
     /// All four are false for positions that can't be compared.
     /// @{

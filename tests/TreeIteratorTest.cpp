@@ -131,6 +131,21 @@ TEST(TreeIterator, TakesAnEmptyKeyForALevelWithoutASegment) {
     EXPECT_EQ("1  #-1", state_of(it));
 }
 
+// One would expect each level to take its own segment along.
+TEST(TreeIterator, DropsASegmentAlsoWithALevelThatHasAddedNone) {
+    const Variant object = JsonParser::parseTree("{\"\":1,\"a\":2}");
+    OpenTreeIterator it(object);
+    it.position_at("a", -1);
+    json::VariantIterator unnamed(object);
+    while (!unnamed.key().empty()) {
+        ++unnamed;
+    }
+    it.push(unnamed);
+    EXPECT_EQ("3 /a a#-1", state_of(it));
+    it.up();
+    EXPECT_EQ("2  a#-1", state_of(it));
+}
+
 TEST(TreeIterator, DropsOneLevelUpwards) {
     const Variant list = JsonParser::parseTree("[1]");
     TreeIterator it(list);
@@ -183,6 +198,16 @@ TEST(TreeIterator, FindsAChildByItsIndex) {
     EXPECT_TRUE(once.position(1).empty());
 }
 
+TEST(TreeIterator, FindsNoChildBeyondTheRangeOfInt) {
+    const Variant list = JsonParser::parseTree("[1,2]");
+    constexpr auto most = static_cast<std::size_t>(std::numeric_limits<int>::max());
+    for (const std::size_t index :
+         {most, most + 1, 2 * most + 2, 2 * most + 3, std::numeric_limits<std::size_t>::max()}) {
+        TreeIterator it(list);
+        EXPECT_TRUE(it.position(index).empty()) << index;
+    }
+}
+
 TEST(TreeIterator, FindsAChildByItsKey) {
     const Variant object = JsonParser::parseTree("{\"a\":1,\"b\":2,\"c\":3}");
     OpenTreeIterator it(object);
@@ -222,6 +247,9 @@ TEST(TreeIterator, LooksEachSegmentUpInTheRoot) {
     EXPECT_EQ("3 /2/1 #1", state_of(elements));
     elements += Path("99999999999999999999");
     EXPECT_TRUE(elements.empty());
+    TreeIterator negative(list);
+    negative += Path("-1");
+    EXPECT_TRUE(negative.empty());
 }
 
 TEST(TreeIterator, LeavesAllLevelsButTheLowestForAnAbsolutePath) {
@@ -297,6 +325,29 @@ TEST(TreeIterator, OrdersByPositionFromTheBottom) {
     OpenTreeIterator b(list);
     b.position(2);
     EXPECT_EQ(-2, a.compare(b));
+}
+
+TEST(TreeIterator, OrdersPositionsInTwoListsOfOneSizeByTheirIndexes) {
+    const Variant list = JsonParser::parseTree("[1,2,3]");
+    const Variant other = JsonParser::parseTree("[4,5,6]"); // equal, for a list
+    OpenTreeIterator first(list);
+    OpenTreeIterator third(other);
+    first.position(0);
+    third.position(2);
+    EXPECT_EQ(-2, first.compare(third));
+    EXPECT_TRUE(first < third);
+    EXPECT_TRUE(third > first);
+}
+
+TEST(TreeIterator, OrdersPositionsOfTwoKindsByTheDepthAlone) {
+    const Variant list = JsonParser::parseTree("[1,2,3]");
+    const Variant object = JsonParser::parseTree("{\"a\":1}");
+    OpenTreeIterator elements(list);
+    OpenTreeIterator entries(object);
+    elements.position(2);
+    EXPECT_EQ(1, elements.compare(entries));
+    entries.position(0);
+    EXPECT_EQ(0, elements.compare(entries));
 }
 
 TEST(TreeIterator, OrdersNothingThatStandsOnDifferentValues) {
