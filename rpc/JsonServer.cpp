@@ -32,10 +32,14 @@ void write(std::ostream& out, const char* bytes, std::size_t length) {
 
 JsonServer::JsonServer() { parser.registerListener(static_cast<IJsonParserListener*>(this)); }
 
+// Intended: the parser's listener stays the server that was copied.
+// Held by JsonServer.CopiesReportToTheServerThatWasCopied.
 JsonServer::JsonServer(const JsonServer& source) = default;
 
 JsonServer::~JsonServer() = default;
 
+// Intended: nothing resets the parser, so that a second connection goes on with the text before.
+// Held by JsonServer.ASecondConnectionGoesOnWithTheParserAsItIs.
 void JsonServer::connect(std::istream* in, std::ostream* stream) {
     out = stream;
     print_http_header();

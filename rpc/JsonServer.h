@@ -30,25 +30,34 @@ namespace json {
 /// };
 /// Server().connect(&std::cin, &std::cout);
 /// \endcode
-/// A copy's parser still reports to the server that was copied: make a new object for each
-/// connection, also because a second `connect` goes on with the parser as it is.
+/// Make a new object for each connection: neither a copy nor a second `connect` begins afresh.
 /// Threads: one at a time.
 class GATECAST_EXPORT JsonServer : public IJsonParserListener {
 public:
     JsonServer();
+    /// Copies the parser, the printer and the stream that was set.
+    /// Warning: the copy's parser still reports to `source`, which must outlive it, and shares with
+    /// it the text that is being read. What the copy reads is answered by `source`.
     JsonServer(const JsonServer& source);
     JsonServer& operator=(const JsonServer& source) = delete;
     ~JsonServer() override;
 
     /// Serves one connection: writes the status, reads to the end of the input, then answers the
-    /// one request that it held. Both streams must live until then; nothing is flushed or closed.
-    /// Bad input: text that doesn't parse is answered by an error.
+    /// one request that it held. The input is read in pieces of 256 bytes, and nothing is flushed
+    /// or closed. Neither stream may be null; the second one is written to as long as responses are
+    /// sent.
+    /// Warning: a second call goes on with the parser as it is. After a request that was read whole
+    /// an empty input is answered like that request, and a further text is a fault.
+    /// Bad input: text that doesn't parse is answered by an error, and what follows the piece in
+    /// which the fault lies is read as a new text.
     void connect(std::istream* in, std::ostream* out);
 
     // The order of the virtual operations is ABI.
     /// A text is complete: takes it as a request.
     void handleParseResult(const Variant& value) override;
-    /// A text doesn't parse. A concrete server implements this form; the parser calls no other.
+    /// A text doesn't parse. A concrete server implements this form; the parser calls no other. As
+    /// long as the parser isn't reset, which the `std::string` form does, it reports each further
+    /// piece too.
     void handleParseError(const qx::IntrusiveString& text) override = 0;
     /// The default answers with an object whose member "hello" is the whole request.
     virtual void handleRequest(const Request& request);

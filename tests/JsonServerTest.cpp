@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "rpc/JsonServer.h"
 
+#include "support/CommaLocale.h"
+
 #include <gtest/gtest.h>
 
 #include <iostream>
@@ -147,36 +149,62 @@ TEST(JsonServer, WritesTheStatusAndTheBoundaryWithNothingBehindThem) {
     EXPECT_EQ(44 + text.size() + 1, stream.size());
 }
 
-TEST(JsonServer, WritesTheSizeOfAPartInNetworkOrder) {
-    for (const std::size_t payload : {255u, 256u, 65535u}) {
-        const std::size_t frame = std::string("{\n\t\"result\": \"\"\n}\n").size() + 1;
-        FixedServer server(Response(Variant(std::string(payload - frame, 'x')), 0));
-        const std::string stream = serve(server, "{}");
-        EXPECT_EQ(block_header(payload), stream.substr(40, 4)) << payload;
-        EXPECT_EQ(44 + payload, stream.size()) << payload;
+/// The sizes at which the two bytes of the size change, and what they become.
+struct PartSize {
+    std::size_t payload;
+    std::string bytes;
+};
+const PartSize kPartSizes[] = {{255, std::string("\x00\xFF", 2)},
+                               {256, std::string("\x01\x00", 2)},
+                               {65535, std::string("\xFF\xFF", 2)},
+                               {65536, std::string("\x00\x00", 2)},
+                               {65537, std::string("\x00\x01", 2)}};
+
+/// The stream of one part, from what the format says of its bytes.
+std::string stream_of(const PartSize& size, const std::string& text,
+                      const std::string& attachment) {
+    return "HTTP/1.0 200 OK--QUIBREX_Fast_Serverpush\xFF\xEC" + size.bytes + text + '\0' +
+           attachment;
+}
+
+// One would expect a part of 65,536 bytes or more to be refused.
+TEST(JsonServer, CutsTheSizeOfAPartTo16Bits) {
+    for (const PartSize& row : kPartSizes) {
+        const std::string before = "{\n\t\"result\": \"";
+        const std::string behind = "\"\n}\n";
+        const std::string filling(row.payload - 1 - before.size() - behind.size(), 'x');
+        FixedServer server(Response(Variant(filling), 0));
+        const std::string text = before + filling + behind;
+        EXPECT_TRUE(stream_of(row, text, "") == serve(server, "{}")) << row.payload;
     }
 }
 
-TEST(JsonServer, CutsTheSizeOfAPartTo16Bits) {
-    const std::size_t frame = std::string("{\n\t\"result\": \"\"\n}\n").size() + 1;
-    for (const std::size_t payload : {65536u, 65537u}) {
-        FixedServer server(Response(Variant(std::string(payload - frame, 'x')), 0));
-        const std::string stream = serve(server, "{}");
-        const char low = static_cast<char>(payload - 65536);
-        EXPECT_EQ(std::string("\xFF\xEC") + '\0' + low, stream.substr(40, 4)) << payload;
-        EXPECT_EQ(44 + payload, stream.size()) << payload;
+TEST(JsonServer, CutsTheSizeOfAPartWithAnAttachmentTo16Bits) {
+    const std::string attachment("\0\x01--\xFF", 5);
+    for (const PartSize& row : kPartSizes) {
+        const std::string before = "{\n\t\"binary-attachment-list\": [\n\t\t\"\\u0000\\u0001--\xFF"
+                                   "\"\n\t],\n\t\"result\": \"";
+        const std::string behind = "\"\n}\n";
+        const std::size_t rest = before.size() + behind.size() + 1 + attachment.size();
+        const std::string filling(row.payload - rest, 'x');
+        Response response(Variant(filling), 0);
+        response["binary-attachment-list"] << attachment;
+        FixedServer server(response);
+        const std::string text = before + filling + behind;
+        EXPECT_TRUE(stream_of(row, text, attachment) == serve(server, "{}")) << row.payload;
     }
 }
 
 TEST(JsonServer, CountsAnAttachmentInTheSizeOfItsPart) {
     const std::string text(10, 't');
-    for (const std::size_t payload : {255u, 256u, 65535u, 65536u, 65537u}) {
-        const std::string attachment(payload - text.size() - 1, '\0');
+    for (const PartSize& row : kPartSizes) {
+        const std::string attachment(row.payload - text.size() - 1, '\0');
         EchoServer server;
         std::ostringstream out;
         server.out = &out;
         server.print_app12_block(text.c_str(), text.size(), attachment.data(), attachment.size());
-        EXPECT_EQ(block_header(payload) + text + '\0' + attachment, out.str()) << payload;
+        const std::string block = "\xFF\xEC" + row.bytes + text + '\0' + attachment;
+        EXPECT_TRUE(block == out.str()) << row.payload;
     }
 }
 
@@ -194,6 +222,22 @@ TEST(JsonServer, SendsOnlyTheFirstAttachmentRaw) {
     const std::string text = "{\n\t\"binary-attachment-list\": [\n\t\t\"a\\u0000b\",\n"
                              "\t\t\"second\"\n\t],\n\t\"id\": 3,\n\t\"result\": true\n}\n";
     EXPECT_EQ(kStatus + part(text, first), serve(server, "{}"));
+}
+
+TEST(JsonServer, TakesAnAttachmentOfAnyTypeAsAString) {
+    const struct {
+        Variant attachment;
+        std::string printed;
+        std::string raw;
+    } rows[] = {{5, "5", "5"}, {Variant(), "null", ""}, {"", "\"\"", ""}, {true, "true", "true"}};
+    for (const auto& row : rows) {
+        Response response(true, 3);
+        response["binary-attachment-list"] << row.attachment;
+        FixedServer server(response);
+        const std::string text = "{\n\t\"binary-attachment-list\": [\n\t\t" + row.printed +
+                                 "\n\t],\n\t\"id\": 3,\n\t\"result\": true\n}\n";
+        EXPECT_EQ(kStatus + part(text, row.raw), serve(server, "{}")) << row.printed;
+    }
 }
 
 TEST(JsonServer, SendsAnEmptyListOfAttachmentsWithoutOne) {
@@ -231,12 +275,70 @@ TEST(JsonServer, AnswersASyntaxFaultWithItsTextAndReadsOn) {
     EXPECT_FALSE(first.contains("id"));
 }
 
+TEST(JsonServer, ReadsTheInputBehindTheFaultyPieceAsANewText) {
+    const ErrorStream errors;
+    EchoServer server;
+    std::string input = "{\"method\":oops}";
+    input.resize(256, ' '); // the piece in which the fault lies
+    const std::string stream = serve(server, input + "{\"method\":\"x\",\"id\":7}");
+    EXPECT_EQ(1u, server.faults.size());
+    const std::string answer =
+        part("{\n\t\"id\": 7,\n\t\"result\": {\n\t\t\"hello\": {\n\t\t\t\"id\": 7,\n"
+             "\t\t\t\"method\": \"x\"\n\t\t}\n\t}\n}\n");
+    ASSERT_LT(answer.size(), stream.size());
+    EXPECT_EQ(answer, stream.substr(stream.size() - answer.size()));
+}
+
+TEST(JsonServer, ReportsAFaultForEachPieceUntilItIsForwarded) {
+    struct SilentServer : json::JsonServer {
+        void handleParseError(const qx::IntrusiveString&) override { ++faults; }
+        int faults = 0;
+    };
+    SilentServer server;
+    EXPECT_EQ(kStatus, serve(server, "oops" + std::string(600, ' '))); // pieces of 256 bytes
+    EXPECT_EQ(4, server.faults);                                       // three of them, and the end
+}
+
 TEST(JsonServer, TakesASecondTextAsTrailingData) {
     const ErrorStream errors;
     EchoServer server;
     serve(server, "{\"method\":\"x\"} {\"method\":\"y\"}");
     ASSERT_FALSE(server.faults.empty());
     EXPECT_EQ(0u, server.faults[0].find("parse error: trailing garbage"));
+}
+
+// One would expect each connection to begin with a new text.
+TEST(JsonServer, ASecondConnectionGoesOnWithTheParserAsItIs) {
+    const ErrorStream errors;
+    EchoServer server;
+    const std::string answer = serve(server, "{\"method\":\"x\",\"id\":1}");
+    EXPECT_EQ(answer, serve(server, "")); // the text before is still complete
+    EXPECT_TRUE(server.faults.empty());
+    serve(server, "{\"method\":\"y\",\"id\":2}");
+    ASSERT_EQ(2u, server.faults.size());
+    EXPECT_EQ(0u, server.faults[0].find("parse error: trailing garbage"));
+    EXPECT_EQ("", server.faults[1]);
+    EXPECT_EQ(answer, serve(server, "{\"method\":\"x\",\"id\":1}")); // the fault was the end of it
+}
+
+TEST(JsonServer, WritesTheSameBytesInEveryLocale) {
+    const CommaLocale comma;
+    ASSERT_TRUE(CommaLocale::active());
+    FixedServer server(Response(Variant(1234567.5), 12345));
+    EXPECT_EQ(kStatus + part("{\n\t\"id\": 12345,\n\t\"result\": 1234567.5\n}\n"),
+              serve(server, "{\"params\":[2.5]}"));
+    EchoServer echo;
+    EXPECT_NE(std::string::npos, serve(echo, "{\"params\":[2.5]}").find("2.5\n"));
+}
+
+TEST(JsonServer, LooksAtNoFaultOfTheStreamThatItWrites) {
+    std::istringstream in("{\"method\":\"x\"}");
+    std::ostream nowhere(nullptr);
+    EchoServer server;
+    server.connect(&in, &nowhere);
+    EXPECT_TRUE(nowhere.bad());
+    EXPECT_TRUE(in.eof());
+    EXPECT_TRUE(server.faults.empty());
 }
 
 TEST(JsonServer, StopsAtAStreamThatFails) {
