@@ -4,6 +4,12 @@ target_link_libraries(examples_tests PRIVATE gatecast_station_logic gatecast_con
 target_compile_definitions(examples_tests PRIVATE
     GATECAST_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
 
+gatecast_add_tests(push_server_tests PushServerTest.cpp)
+target_link_libraries(push_server_tests PRIVATE gatecast_push_server_logic)
+target_compile_definitions(push_server_tests PRIVATE
+    GATECAST_PUSH_SERVER="$<TARGET_FILE:gatecast-push-server>")
+add_dependencies(push_server_tests gatecast-push-server)
+
 add_test(NAME Examples.TheDemoRunsOverARealConnection
     COMMAND ${PROJECT_SOURCE_DIR}/scripts/demo --no-setup --no-build
         --build-dir ${PROJECT_BINARY_DIR})
