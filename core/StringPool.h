@@ -77,6 +77,12 @@ public:
     }
     /// @}
 
+    /// Whether an entry with that text is there, without making one.
+    bool contains(std::string_view key) const {
+        return strings_.find(key.substr(0, key.find('\0')), TextHash(), TextEquals()) !=
+               strings_.end();
+    }
+
     std::size_t size() const noexcept { return strings_.size(); }
 
 private:

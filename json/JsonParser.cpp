@@ -3,6 +3,8 @@
 
 #include "core/detail/CNumbers.h"
 #include "core/detail/ListenerList.h"
+#include "json/detail/PendingToken.h"
+#include "json/detail/TrackedMemory.h"
 
 #include <yajl/yajl_parse.h>
 
@@ -23,78 +25,185 @@ IJsonParserListener::~IJsonParserListener() = default;
 
 // ----- Tokenizer ---------------------------------------------------------------------------------
 
-/// The handle and its table, shared by the copies of a parser. The packaged tokenizer has no reset:
-/// a new handle with the same table, context and options is in the state that one would give.
+namespace {
+
+const char* const kOutOfMemory = "out of memory\n";
+
+std::string beyond(const char* what, std::size_t limit) {
+    return std::string("the text ") + what + " the limit of " + std::to_string(limit) + "\n";
+}
+
+} // namespace
+
+/// The handle and what is known of the text that it reads, shared by the copies of a parser.
 struct JsonParser::Tokenizer {
     Tokenizer() { renew(); }
-    ~Tokenizer() { yajl_free(handle); }
     Tokenizer(const Tokenizer&) = delete;
     Tokenizer& operator=(const Tokenizer&) = delete;
 
+    /// Begins a new text. The packaged tokenizer has no reset: a new handle with the same table,
+    /// context and options is in the state that one would give.
     void renew() {
-        yajl_handle fresh = yajl_alloc(&callbacks, nullptr, this);
-        if (fresh == nullptr) throw std::bad_alloc();
-        yajl_config(fresh, yajl_allow_comments, 1);
-        yajl_config(fresh, yajl_dont_validate_strings, 1);
-        if (handle != nullptr) yajl_free(handle);
-        handle = fresh;
+        auto fresh = std::make_unique<detail::TrackedMemory>();
+        yajl_alloc_funcs functions = {&detail::TrackedMemory::allocate,
+                                      &detail::TrackedMemory::reallocate,
+                                      &detail::TrackedMemory::free, fresh.get()};
+        handle = yajl_alloc(&callbacks, &functions, this);
+        memory = std::move(fresh);
+        yajl_config(handle, yajl_allow_comments, 1);
+        yajl_config(handle, yajl_dont_validate_strings, 1);
+        pending.clear();
+        refusal.clear();
+        bytes = 0;
+        newKeys = 0;
+        open = 0;
     }
 
-    /// Runs a call of the tokenizer for the given parser. It reads reals by the C library, so that
-    /// the decimal point must be one; and an exception must not pass through its frames.
-    template <typename Call>
-    yajl_status run(JsonParser& parser, Call call) {
-        target = &parser;
-        yajl_status status;
-        {
-            const qx::detail::CNumericScope numbers;
-            status = call(handle);
-        }
-        if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
-        return status;
+    /// Hands bytes to the handle, behind those that were gathered.
+    yajl_status parse(JsonParser& parser, std::string_view piece) {
+        const yajl_status status = handOnGathered(parser);
+        if (status != yajl_status_ok) return status;
+        return run(parser, piece);
     }
 
-    template <auto Callback, typename... Args>
+    yajl_status complete(JsonParser& parser) {
+        const yajl_status status = handOnGathered(parser);
+        if (status != yajl_status_ok) return status;
+        return guard(parser, [this] { return yajl_complete_parse(handle); });
+    }
+
+    /// yajl's message on the fault in this piece.
+    std::string message(JsonParser& parser, std::string_view piece) {
+        std::string text;
+        guard(parser, [&] {
+            unsigned char* raw = yajl_get_error(handle, 0, bytes_of(piece), piece.size());
+            text = reinterpret_cast<const char*>(raw);
+            yajl_free_error(handle, raw);
+            return yajl_status_ok;
+        });
+        return text;
+    }
+
+    /// The texts of the rest of this cycle are refused, with that message.
+    bool refuse(std::string why) {
+        refusal = std::move(why);
+        return false;
+    }
+
+    enum class Event { Scalar, Key, Open, Close };
+
+    template <Event Kind, auto Callback, typename... Args>
     static int forward(void* context, Args... args) {
         auto* self = static_cast<Tokenizer*>(context);
         try {
-            return Callback(self->target, args...);
+            if constexpr (Kind == Event::Open) {
+                if (!self->mayOpen()) return 0;
+                ++self->open;
+            }
+            if constexpr (Kind == Event::Key) {
+                if (!self->mayIntern(args...)) return 0;
+            }
+            const int goOn = Callback(self->target, args...);
+            if constexpr (Kind == Event::Close) --self->open;
+            if constexpr (Kind == Event::Scalar || Kind == Event::Close) {
+                if (self->open == 0) self->completedAt = yajl_get_bytes_consumed(self->handle);
+            }
+            return goOn;
         } catch (...) {
             self->failure = std::current_exception();
             return 0; // ends the call of the tokenizer
         }
     }
 
-    /// yajl's message on the fault in this piece.
-    std::string message(const char* text, std::size_t length) {
-        const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-        const auto release = [this](unsigned char* raw) { yajl_free_error(handle, raw); };
-        const std::unique_ptr<unsigned char, decltype(release)> raw(
-            yajl_get_error(handle, 0, bytes, length), release);
-        if (!raw) throw std::bad_alloc();
-        return reinterpret_cast<const char*>(raw.get());
-    }
-
     static const yajl_callbacks callbacks;
+    static constexpr std::size_t kNotYet = static_cast<std::size_t>(-1);
 
-    yajl_handle handle = nullptr;
+    std::unique_ptr<detail::TrackedMemory> memory;
+    yajl_handle handle = nullptr; // lies in the memory, and goes with it
+    detail::PendingToken pending;
+    std::string refusal;               // empty while the text is read on
+    std::size_t bytes = 0;             // of this text, as far as limits count them
+    std::size_t newKeys = 0;           // the same
+    std::size_t open = 0;              // containers
+    std::size_t completedAt = kNotYet; // where in this piece the value came to its end
     JsonParser* target = nullptr;
     std::exception_ptr failure;
+
+private:
+    static const unsigned char* bytes_of(std::string_view text) {
+        return reinterpret_cast<const unsigned char*>(text.data());
+    }
+
+    yajl_status handOnGathered(JsonParser& parser) {
+        if (pending.gathered().empty()) return yajl_status_ok;
+        const std::string_view gathered(pending.gathered());
+        const yajl_status status =
+            guard(parser, [&] { return yajl_parse(handle, bytes_of(gathered), gathered.size()); });
+        pending.handedOn();
+        return status;
+    }
+
+    yajl_status run(JsonParser& parser, std::string_view piece) {
+        completedAt = kNotYet;
+        const yajl_status status =
+            guard(parser, [&] { return yajl_parse(handle, bytes_of(piece), piece.size()); });
+        if (status != yajl_status_ok) return status;
+        if (completedAt != kNotYet) {
+            pending.clear();
+            piece.remove_prefix(std::min(completedAt, piece.size()));
+        }
+        pending.follow(piece);
+        return status;
+    }
+
+    /// Runs a call of the tokenizer for the given parser. It reads reals by the C library, so that
+    /// the decimal point must be one; and an exception must not pass through its frames, but for
+    /// one of its own memory, which leaves it useless.
+    template <typename Call>
+    yajl_status guard(JsonParser& parser, Call call) {
+        target = &parser;
+        yajl_status status = yajl_status_error;
+        try {
+            const qx::detail::CNumericScope numbers;
+            status = call();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        if (!failure) return status;
+        refusal = kOutOfMemory;
+        std::rethrow_exception(std::exchange(failure, nullptr));
+    }
+
+    bool mayOpen() {
+        const std::size_t limit = target->limits_.depth;
+        if (limit == 0 || open < limit) return true;
+        return refuse(beyond("is nested deeper than", limit));
+    }
+
+    bool mayIntern(const unsigned char* text, std::size_t length) {
+        const std::size_t limit = target->limits_.newKeys;
+        if (limit == 0) return true;
+        const std::string_view key(reinterpret_cast<const char*>(text), length);
+        if (target->keyPool_->contains(key)) return true;
+        if (newKeys == limit) return refuse(beyond("has more new keys than", limit));
+        ++newKeys;
+        return true;
+    }
 };
 
 // Without a number callback the tokenizer converts numbers itself.
 const yajl_callbacks JsonParser::Tokenizer::callbacks = {
-    &forward<&JsonParser::cb_null>,
-    &forward<&JsonParser::cb_boolean, int>,
-    &forward<&JsonParser::cb_integer, long long>,
-    &forward<&JsonParser::cb_double, double>,
+    &forward<Event::Scalar, &JsonParser::cb_null>,
+    &forward<Event::Scalar, &JsonParser::cb_boolean, int>,
+    &forward<Event::Scalar, &JsonParser::cb_integer, long long>,
+    &forward<Event::Scalar, &JsonParser::cb_double, double>,
     nullptr,
-    &forward<&JsonParser::cb_string, const unsigned char*, std::size_t>,
-    &forward<&JsonParser::cb_start_map>,
-    &forward<&JsonParser::cb_map_key, const unsigned char*, std::size_t>,
-    &forward<&JsonParser::cb_end_map>,
-    &forward<&JsonParser::cb_start_array>,
-    &forward<&JsonParser::cb_end_array>};
+    &forward<Event::Scalar, &JsonParser::cb_string, const unsigned char*, std::size_t>,
+    &forward<Event::Open, &JsonParser::cb_start_map>,
+    &forward<Event::Key, &JsonParser::cb_map_key, const unsigned char*, std::size_t>,
+    &forward<Event::Close, &JsonParser::cb_end_map>,
+    &forward<Event::Open, &JsonParser::cb_start_array>,
+    &forward<Event::Close, &JsonParser::cb_end_array>};
 
 // ----- Stack -------------------------------------------------------------------------------------
 
@@ -216,8 +325,8 @@ JsonParser::JsonParser()
 
 JsonParser::JsonParser(const JsonParser& source)
     : tokenizer_(source.tokenizer_), stack_(std::make_shared<Stack>(*source.stack_)),
-      keyPool_(source.keyPool_), error_(source.error_), listeners_(source.listeners_),
-      sharedListeners_(source.sharedListeners_) {}
+      keyPool_(source.keyPool_), error_(source.error_), limits_(source.limits_),
+      listeners_(source.listeners_), sharedListeners_(source.sharedListeners_) {}
 
 JsonParser& JsonParser::operator=(const JsonParser& source) {
     if (this == &source) return *this;
@@ -226,6 +335,7 @@ JsonParser& JsonParser::operator=(const JsonParser& source) {
     stack_.swap(copy.stack_);
     shown_.reset();
     error_ = source.error_;
+    limits_ = source.limits_;
     listeners_.swap(copy.listeners_);
     sharedListeners_.swap(copy.sharedListeners_);
     return *this;
@@ -256,36 +366,39 @@ bool JsonParser::parse(std::istream* in, int length) {
 }
 
 bool JsonParser::feed(const char* text, std::size_t length) {
+    const std::string_view piece(text, length);
     const std::shared_ptr<Tokenizer> held(tokenizer_);
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    const yajl_status status =
-        held->run(*this, [&](yajl_handle handle) { return yajl_parse(handle, bytes, length); });
-    if (status == yajl_status_ok) return true;
-    storeFault(text, length);
-    // A copy: a listener may reset the parser while it reads the text.
-    const qx::IntrusiveString fault(lastError());
-    notifyError(fault);
-    return false;
+    if (!held->refusal.empty()) return fail(held->refusal, piece, 0);
+    if (limits_.bytes != 0 && length > limits_.bytes - std::min(held->bytes, limits_.bytes)) {
+        held->refuse(beyond("is longer than", limits_.bytes));
+        return fail(held->refusal, piece, limits_.bytes - std::min(held->bytes, limits_.bytes));
+    }
+    held->bytes += length;
+    if (held->pending.gather(piece)) return true;
+    if (held->parse(*this, piece) == yajl_status_ok) return true;
+    const std::string message = held->refusal.empty() ? held->message(*this, piece) : held->refusal;
+    return fail(message, piece, yajl_get_bytes_consumed(held->handle));
 }
 
-void JsonParser::storeFault(const char* text, std::size_t length) {
-    const std::string message = tokenizer_->message(text, length);
-    const std::size_t offset = std::min(yajl_get_bytes_consumed(tokenizer_->handle), length);
-
-    // The input is shown raw, and of the current piece only.
+/// Composes the error text and notifies; false. The input is shown raw, and of this piece only.
+bool JsonParser::fail(const std::string& message, std::string_view piece, std::size_t offset) {
+    offset = std::min(offset, piece.size());
     std::string fault(message);
     fault.append("--------------------------------------\n");
-    fault.append(text, offset);
+    fault.append(piece.substr(0, offset));
     fault.append("\n<<<<<<<< ").append(message).append(" <<<<<<<<\n");
-    fault.append(text + offset, length - offset);
+    fault.append(piece.substr(offset));
     fault.append("\n--------------------------------------\n");
     error_ = fault;
+    // A copy: a listener may reset the parser while it reads the text.
+    const qx::IntrusiveString copy(lastError());
+    notifyError(copy);
+    return false;
 }
 
 const Variant& JsonParser::parseComplete() {
     const std::shared_ptr<Tokenizer> held(tokenizer_);
-    const yajl_status status = held->run(*this, yajl_complete_parse);
-    if (status == yajl_status_ok) {
+    if (held->refusal.empty() && held->complete(*this) == yajl_status_ok) {
         // A listener that begins another text gets another stack; all are shown the same value.
         const std::shared_ptr<Stack> shown(stack_);
         const Variant& result = shown->top();

@@ -11,6 +11,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace json {
@@ -49,6 +50,13 @@ public:
 /// Threads: one at a time. Keys are interned in the pool that all objects share.
 class GATECAST_EXPORT JsonParser {
 public:
+    /// What one text may ask for at most; 0 sets no limit. See `setLimits`.
+    struct Limits {
+        std::size_t bytes = 0;   ///< of the text, comments and blanks included
+        std::size_t depth = 0;   ///< containers that are open at the same time
+        std::size_t newKeys = 0; ///< keys that the pool doesn't hold yet: they stay there for good
+    };
+
     JsonParser();
     JsonParser(const JsonParser& source);
     JsonParser& operator=(const JsonParser& source);
@@ -72,6 +80,12 @@ public:
     /// piece of the input, byte for byte, with the message at the place of the fault. It lives
     /// until the next fault or text.
     const qx::IntrusiveString& lastError() const;
+
+    /// Sets limits for texts of a peer that isn't trusted; a new parser has none. A text beyond one
+    /// is a fault like any other, and its message names the limit. They count for a text that is
+    /// under way from its next piece on.
+    void setLimits(const Limits& limits) noexcept { limits_ = limits; }
+    const Limits& limits() const noexcept { return limits_; }
 
     /// A listener is held at most once in each form; plain ones are called first, in order of
     /// registration. What a raw pointer points to must live until the parser is gone.
@@ -125,13 +139,14 @@ private:
 
     Variant& claim();
     bool feed(const char* text, std::size_t length);
-    void storeFault(const char* text, std::size_t length);
+    bool fail(const std::string& message, std::string_view piece, std::size_t offset);
 
     std::shared_ptr<Tokenizer> tokenizer_; // shared with copies
     std::shared_ptr<Stack> stack_;         // shared only while its value is shown to listeners
     std::shared_ptr<Stack> shown_; // of the last value, when a listener has begun another text
     Object::KeyPool* keyPool_;
     Variant error_;
+    Limits limits_;
     std::vector<IJsonParserListener*> listeners_;
     std::vector<boost::shared_ptr<IJsonParserListener>> sharedListeners_;
 };

@@ -3,6 +3,7 @@
 
 #include "core/detail/CNumbers.h"
 #include "json/TreeIterator.h"
+#include "json/detail/TrackedMemory.h"
 
 #include <yajl/yajl_gen.h>
 
@@ -10,7 +11,6 @@
 #include <exception>
 #include <limits>
 #include <locale.h>
-#include <new>
 #include <ostream>
 #include <utility>
 #include <vector>
@@ -49,36 +49,37 @@ struct JsonPrinter::Generator {
     };
 
     Generator(JsonPrinter& owner, const Sink& pieces, const std::string& firstIndent)
-        : printer(&owner), handle(yajl_gen_alloc(nullptr)), sink(pieces) {
-        if (handle == nullptr) throw std::bad_alloc();
-        if (sink.callback != nullptr) {
-            yajl_gen_config(handle, yajl_gen_print_callback, sink.callback, this);
-        }
-        setIndent(firstIndent);
+        : printer(&owner), sink(pieces), indent(firstIndent) {
         openContainers.reserve(kDeepestLevel); // counting never fails
+        renew();
     }
-    ~Generator() { yajl_gen_free(handle); }
     Generator(const Generator&) = delete;
     Generator& operator=(const Generator&) = delete;
 
     void setIndent(std::string text) {
+        if (handle == nullptr) renew();
         // A text that is refused leaves the generator without any.
         if (yajl_gen_config(handle, yajl_gen_indent_string, text.c_str()) != 0) indent.swap(text);
-        yajl_gen_config(handle, yajl_gen_indent_string, indent.c_str());
-        yajl_gen_config(handle, yajl_gen_beautify, indent.empty() ? 0 : 1);
+        configureIndent();
     }
 
+    /// Begins a new text behind what the buffer holds.
     void restart() {
+        if (handle == nullptr) renew();
         yajl_gen_reset(handle, nullptr);
         openContainers.clear();
         suppressed = 0;
+    }
+
+    void clear() noexcept {
+        if (handle != nullptr) yajl_gen_clear(handle);
     }
 
     /// Runs a call of the generator; true when it printed something.
     template <typename Call>
     bool run(Call call) {
         if (suppressed > 0) return false;
-        const bool printed = call(handle) == yajl_gen_status_ok;
+        const bool printed = guard(call) == yajl_gen_status_ok;
         throwFailure();
         return printed;
     }
@@ -86,8 +87,7 @@ struct JsonPrinter::Generator {
     /// The same for the begin of a container, which the generator counts even if its piece failed.
     bool open(bool object) {
         if (suppressed > 0) return false;
-        const yajl_gen_status status =
-            object ? yajl_gen_map_open(handle) : yajl_gen_array_open(handle);
+        const yajl_gen_status status = guard(object ? yajl_gen_map_open : yajl_gen_array_open);
         if (status == yajl_gen_status_ok) openContainers.push_back(object);
         throwFailure();
         return status == yajl_gen_status_ok;
@@ -97,13 +97,49 @@ struct JsonPrinter::Generator {
         if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
     }
 
+    /// A generator whose memory ran out is useless, and so is what it had gathered: nothing more is
+    /// printed until the next text begins.
+    template <typename Call>
+    yajl_gen_status guard(Call call) {
+        if (handle == nullptr) return yajl_gen_in_error_state;
+        try {
+            return call(handle);
+        } catch (...) {
+            handle = nullptr;
+            memory.freeAll();
+            throw;
+        }
+    }
+
+    void renew() {
+        yajl_alloc_funcs functions = {&detail::TrackedMemory::allocate,
+                                      &detail::TrackedMemory::reallocate,
+                                      &detail::TrackedMemory::free, &memory};
+        try {
+            handle = yajl_gen_alloc(&functions);
+        } catch (...) {
+            memory.freeAll();
+            throw;
+        }
+        if (sink.callback != nullptr) {
+            yajl_gen_config(handle, yajl_gen_print_callback, sink.callback, this);
+        }
+        configureIndent();
+    }
+
+    void configureIndent() {
+        yajl_gen_config(handle, yajl_gen_indent_string, indent.c_str());
+        yajl_gen_config(handle, yajl_gen_beautify, indent.empty() ? 0 : 1);
+    }
+
     bool isFull() const { return openContainers.size() >= kDeepestLevel; }
 
     static void streamPiece(void* context, const char* text, std::size_t length);
     static void handOverPiece(void* context, const char* text, std::size_t length);
 
     JsonPrinter* printer;
-    yajl_gen handle;
+    detail::TrackedMemory memory;
+    yajl_gen handle = nullptr; // lies in the memory, and goes with it
     Sink sink;
     std::string indent;               // the generator points at its text
     std::vector<bool> openContainers; // true for an object
@@ -223,7 +259,7 @@ void JsonPrinter::print(const Variant& value) {
         printVariant(value);
     } catch (...) {
         // The next text isn't to be handed over behind the rest of this one.
-        if (printFunction_ != NO_PRINT_FUNCTION) yajl_gen_clear(generator_->handle);
+        if (printFunction_ != NO_PRINT_FUNCTION) generator_->clear();
         throw;
     }
     if (printFunction_ != NO_PRINT_FUNCTION) deliver();
@@ -231,7 +267,7 @@ void JsonPrinter::print(const Variant& value) {
 
 void JsonPrinter::deliver() {
     struct Clearing {
-        ~Clearing() { yajl_gen_clear(printer.generator_->handle); }
+        ~Clearing() { printer.generator_->clear(); }
         JsonPrinter& printer;
     } const clearing{*this};
     const std::shared_ptr<Generator> held(generator_); // the function may print through us
@@ -363,7 +399,7 @@ void JsonPrinter::closeObject() { closeLevel(true); }
 
 void JsonPrinter::reset() {
     Generator& running = generator();
-    yajl_gen_clear(running.handle);
+    running.clear();
     running.restart();
 }
 
@@ -375,7 +411,7 @@ void JsonPrinter::reset(std::ostream* out) {
 const char* JsonPrinter::stringBuffer(std::size_t* length) const {
     const unsigned char* text = nullptr; // stays so where the text isn't kept in memory
     std::size_t size = 0;
-    yajl_gen_get_buf(generator_->handle, &text, &size);
+    if (generator_->handle != nullptr) yajl_gen_get_buf(generator_->handle, &text, &size);
     if (length != nullptr) *length = size;
     return text != nullptr ? reinterpret_cast<const char*>(text) : "";
 }

@@ -103,6 +103,41 @@ TEST(JsonMemory, AParserIsUsableAfterEachAllocationThatFails) {
     }
 }
 
+// The tokenizer itself looks at no answer of its allocator: unwatched, it writes to a null pointer.
+TEST(JsonMemory, ATextWhoseReadingRanOutOfMemoryIsRefusedUntilTheNextOne) {
+    JsonParser parser;
+    int refused = 0;
+    for (std::size_t count = 0;; ++count) {
+        parser.reset();
+        try {
+            const AllocationLimit limit(count);
+            parser.parse("[\"a text that is cut in two, and lon");
+            parser.parse("ger than the first room of the token\",[[[[[[[[[[1]]]]]]]]]]]");
+            break;
+        } catch (const std::bad_alloc&) {
+        }
+        EXPECT_FALSE(parser.parse("]"));
+        EXPECT_EQ(0u, std::string(parser.lastError()).find("out of memory\n"));
+        EXPECT_TRUE(parser.parseComplete().isString());
+        ++refused;
+    }
+    EXPECT_LT(10, refused);
+    EXPECT_EQ(2u, parser.parseComplete().size());
+}
+
+TEST(JsonMemory, APieceThatFindsNoRoomToWaitInLeavesTheParserAsItWas) {
+    JsonParser parser;
+    EXPECT_TRUE(parser.parse("[\"a"));
+    const std::string piece(10000, 'b');
+    {
+        const AllocationLimit limit(0);
+        EXPECT_THROW(parser.parse(piece.data(), static_cast<int>(piece.size())), std::bad_alloc);
+    }
+    EXPECT_TRUE(parser.parse(piece.data(), static_cast<int>(piece.size())));
+    EXPECT_TRUE(parser.parse("c\"]"));
+    EXPECT_EQ("a" + piece + "c", std::string(parser.parseComplete()[0].stringValue()));
+}
+
 TEST(JsonMemory, AnErrorTextThatFindsNoRoomLetsTheExceptionPass) {
     JsonParser parser;
     const int failures = fail_at_every_allocation([&] {
@@ -128,6 +163,40 @@ TEST(JsonMemory, APrinterGoesOnBehindAnyAllocationThatFails) {
     const int failures = fail_at_every_allocation([&] { printer.print(value); });
     EXPECT_LT(0, failures);
     EXPECT_EQ(expected, text); // nothing of the texts that failed stands in front
+}
+
+// The generator itself looks at no answer of its allocator either.
+TEST(JsonMemory, ATextThatRanOutOfMemoryIsGoneAndTheNextOneIsWhole) {
+    Variant value;
+    for (int i = 0; i < 1000; ++i) {
+        value << "some text to make the buffer grow";
+    }
+    JsonPrinter reference;
+    reference.print(value);
+    for (const char* indent : {"\t", ""}) {
+        JsonPrinter printer;
+        printer.setIndent(indent);
+        reference.setIndent(indent);
+        reference.reset();
+        reference.print(value);
+        const int failures = fail_at_every_allocation([&] {
+            JsonPrinter fresh(printer);
+            try {
+                fresh.print(value);
+            } catch (const std::bad_alloc&) {
+                std::size_t length = 1;
+                EXPECT_STREQ("", fresh.stringBuffer(&length));
+                EXPECT_EQ(0u, length);
+                fresh.printVariant(value); // prints nothing until a text begins
+                EXPECT_STREQ("", fresh.stringBuffer());
+                allocations_left = kUnlimited;
+                fresh.print(value);
+                EXPECT_STREQ(reference.stringBuffer(), fresh.stringBuffer());
+                throw;
+            }
+        });
+        EXPECT_LT(4, failures);
+    }
 }
 
 TEST(JsonMemory, KeepsNothingOfWhatIsReadAndPrinted) {

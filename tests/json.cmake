@@ -6,6 +6,7 @@ gatecast_add_tests(json_tests
     NaturalCodeTest.cpp
     ObjectTest.cpp
     PathTest.cpp
+    PendingTokenTest.cpp
     TreeIteratorTest.cpp
     ValueModelTest.cpp
     VariantAliasingTest.cpp
@@ -16,3 +17,5 @@ gatecast_add_tests(json_tests
 
 # A program of its own: it replaces operator new.
 gatecast_add_tests(json_memory_tests JsonMemoryTest.cpp)
+# One of the tests compares the parser with the bare tokenizer.
+target_link_libraries(json_tests PRIVATE Yajl::yajl)

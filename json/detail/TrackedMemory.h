@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// Internal: may change at any time.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <new>
+
+namespace json::detail {
+
+/// The memory of one handle of a C library that never looks at what its allocator answers: a
+/// request that can't be met throws `std::bad_alloc` through the library's frames. What the library
+/// then no longer knows of is freed with all the rest.
+class TrackedMemory {
+public:
+    TrackedMemory() = default;
+    TrackedMemory(const TrackedMemory&) = delete;
+    TrackedMemory& operator=(const TrackedMemory&) = delete;
+    ~TrackedMemory() { freeAll(); }
+
+    void freeAll() noexcept {
+        while (first_ != nullptr) {
+            free(first_ + 1);
+        }
+    }
+
+    /// The library's allocation functions; the context is the memory.
+    /// @{
+    static void* allocate(void* context, std::size_t size) {
+        return static_cast<TrackedMemory*>(context)->allocate(size);
+    }
+    static void* reallocate(void* context, void* block, std::size_t size) {
+        auto* self = static_cast<TrackedMemory*>(context);
+        void* moved = self->allocate(size);
+        if (block == nullptr) return moved;
+        const std::size_t kept = header_of(block)->size;
+        std::memcpy(moved, block, kept < size ? kept : size);
+        self->free(block);
+        return moved;
+    }
+    static void free(void* context, void* block) {
+        static_cast<TrackedMemory*>(context)->free(block);
+    }
+    /// @}
+
+private:
+    struct alignas(std::max_align_t) Header {
+        Header* previous;
+        Header* next;
+        std::size_t size;
+    };
+
+    static Header* header_of(void* block) noexcept { return static_cast<Header*>(block) - 1; }
+
+    void* allocate(std::size_t size) {
+        if (size > static_cast<std::size_t>(-1) - sizeof(Header)) throw std::bad_alloc();
+        auto* header = static_cast<Header*>(::operator new(sizeof(Header) + size));
+        header->previous = nullptr;
+        header->next = first_;
+        header->size = size;
+        if (first_ != nullptr) first_->previous = header;
+        first_ = header;
+        return header + 1;
+    }
+
+    void free(void* block) noexcept {
+        if (block == nullptr) return;
+        Header* header = header_of(block);
+        (header->previous != nullptr ? header->previous->next : first_) = header->next;
+        if (header->next != nullptr) header->next->previous = header->previous;
+        ::operator delete(header);
+    }
+
+    Header* first_ = nullptr;
+};
+
+} // namespace json::detail
