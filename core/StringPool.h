@@ -3,12 +3,14 @@
 
 #include "core/Export.h"
 #include "core/IntrusiveString.h"
+#include "core/detail/ProcessLock.h"
 
 #include <boost/intrusive_ptr.hpp>
 #include <boost/unordered_set.hpp>
 
 #include <cstddef>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -51,7 +53,7 @@ struct PooledStringEquals {
 ///
 /// Entries are never removed: they live until the pool is destroyed, or longer where somebody holds
 /// them. The caller's string object is never stored; a text ends at its first NUL.
-/// Threads: one at a time.
+/// Threads: locked inside.
 template <typename S, typename Pointer>
 class StringPool {
 public:
@@ -71,6 +73,7 @@ public:
     /// Needs no NUL behind the text.
     const Pointer& intern(std::string_view key) {
         key = key.substr(0, key.find('\0'));
+        const detail::ProcessLock<std::mutex> lock(mutex_);
         const auto found = strings_.find(key, TextHash(), TextEquals());
         if (found != strings_.end()) return *found;
         return *strings_.insert(Pointer(new S(key.data(), key.size()))).first;
@@ -79,11 +82,15 @@ public:
 
     /// Whether an entry with that text is there, without making one.
     bool contains(std::string_view key) const {
+        const detail::ProcessLock<std::mutex> lock(mutex_);
         return strings_.find(key.substr(0, key.find('\0')), TextHash(), TextEquals()) !=
                strings_.end();
     }
 
-    std::size_t size() const noexcept { return strings_.size(); }
+    std::size_t size() const {
+        const detail::ProcessLock<std::mutex> lock(mutex_);
+        return strings_.size();
+    }
 
 private:
     static constexpr std::size_t kFirstBuckets = 11;
@@ -111,6 +118,7 @@ private:
         }
     };
 
+    mutable std::mutex mutex_;
     boost::unordered_set<Pointer, TextHash, TextEquals> strings_;
 };
 

@@ -65,7 +65,10 @@ int List::indexOf(const Variant* value, std::size_t from) const {
 // Held by List.ListsOfEqualLengthAreEqualWhateverTheyHold.
 bool List::operator==(const List& rhs) const noexcept { return size() == rhs.size(); }
 
-bool List::dirty() const noexcept { return owner_ != nullptr && owner_->dirty(); }
+bool List::dirty() const noexcept {
+    const Variant* own = owner();
+    return own != nullptr && own->dirty();
+}
 
 const Variant& List::select(const Path& path) const { return path.evaluate(*this); }
 Variant& List::select(const Path& path) { return path.evaluate(*this); }
@@ -254,7 +257,7 @@ void List::update_schemas(iterator from) {
 }
 
 void List::setDirty(bool dirty) const noexcept {
-    if (owner_ != nullptr) owner_->setDirty(dirty);
+    if (const Variant* own = owner()) own->setDirty(dirty);
 }
 
 } // namespace json

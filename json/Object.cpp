@@ -53,7 +53,10 @@ bool Object::operator==(const Object& rhs) const {
     return true;
 }
 
-bool Object::dirty() const noexcept { return owner_ != nullptr && owner_->dirty(); }
+bool Object::dirty() const noexcept {
+    const Variant* own = owner();
+    return own != nullptr && own->dirty();
+}
 
 const Variant& Object::select(const Path& path) const { return path.evaluate(*this); }
 Variant& Object::select(const Path& path) { return path.evaluate(*this); }
@@ -132,7 +135,7 @@ Variant& Object::insertAt(const Path& path, const Variant& value) {
 }
 
 void Object::setDirty(bool dirty) const noexcept {
-    if (owner_ != nullptr) owner_->setDirty(dirty);
+    if (const Variant* own = owner()) own->setDirty(dirty);
 }
 
 void Object::insert_new(const Key& key, const Variant& value) { Map::insert_new(key, value); }

@@ -126,6 +126,13 @@ protected:
     /// @}
 
 private:
+    // Values in several threads may share the payload: each asks at its end whether it is the
+    // owner.
+    const Variant* owner() const noexcept { return __atomic_load_n(&owner_, __ATOMIC_RELAXED); }
+    void setOwner(const Variant* owner) noexcept {
+        __atomic_store_n(&owner_, owner, __ATOMIC_RELAXED);
+    }
+
     union {
         const Variant* owner_ = nullptr;
         Object* nextDisposed_; // the next of those to be destroyed, once no pointer counts this one

@@ -53,10 +53,10 @@ public:
         if (!value.schema_ || !value.holdsContainer()) return;
         const std::size_t mark = waiting_.size();
         if (value.isList()) {
-            value.value_.list->owner_ = &value;
+            value.value_.list->setOwner(&value);
             bindElements(*value.value_.list, 0);
         } else {
-            value.value_.object->owner_ = &value;
+            value.value_.object->setOwner(&value);
             bindEntries(*value.value_.object, value.value_.object->begin(),
                         value.value_.object->end());
         }
@@ -72,7 +72,7 @@ public:
 
     void bindEntries(json::Object& object, json::Object::iterator first,
                      json::Object::iterator last) {
-        if (object.owner_ == nullptr) return;
+        if (object.owner() == nullptr) return;
         for (; first != last; ++first) {
             attach(first->second, object.schema().property(first->first).get());
         }
@@ -165,10 +165,13 @@ void Variant::attach_owner() const {
 
 // ----- List --------------------------------------------------------------------------------------
 
-const Schema& List::schema() const { return owner_ != nullptr ? owner_->schema() : Schema::Empty; }
+const Schema& List::schema() const {
+    const Variant* own = owner();
+    return own != nullptr ? own->schema() : Schema::Empty;
+}
 
 const Variant& List::auto_value_for(std::uint64_t index) const {
-    if (owner_ == nullptr) return Variant::EmptyAutoValue;
+    if (owner() == nullptr) return Variant::EmptyAutoValue;
     const boost::intrusive_ptr<Schema> element = schema().at(index);
     return element ? Variant::markedDefault(*element) : Variant::EmptyAutoValue;
 }
@@ -182,11 +185,12 @@ void List::update_schemas(std::size_t from) {
 // ----- Object ------------------------------------------------------------------------------------
 
 const Schema& Object::schema() const {
-    return owner_ != nullptr ? owner_->schema() : Schema::Empty;
+    const Variant* own = owner();
+    return own != nullptr ? own->schema() : Schema::Empty;
 }
 
 const Variant& Object::auto_value_for(const Key& key) const {
-    if (owner_ == nullptr) return Map::auto_value_for(key);
+    if (owner() == nullptr) return Map::auto_value_for(key);
     const boost::intrusive_ptr<Schema> property = schema().property(key);
     return property ? Variant::markedDefault(*property) : Map::auto_value_for(key);
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The one place where values reach up to the parser and the printer.
-#include "core/detail/NeverDestroyed.h"
+#include "core/detail/PerThread.h"
 #include "json/JsonParser.h"
 #include "json/JsonPrinter.h"
 #include "json/Variant.h"
@@ -17,18 +17,16 @@ const char* indent_for(bool pretty) { return pretty ? "\t" : ""; }
 } // namespace
 
 JsonParser& Variant::shared_parser() {
-    static qx::detail::NeverDestroyed<JsonParser> parser;
-    return *parser;
+    return qx::detail::per_thread<JsonParser>([] { return JsonParser(); });
 }
 
 JsonPrinter& Variant::shared_string_printer() {
-    static qx::detail::NeverDestroyed<JsonPrinter> printer;
-    return *printer;
+    return qx::detail::per_thread<JsonPrinter>([] { return JsonPrinter(); });
 }
 
 JsonPrinter& Variant::shared_stream_printer() {
-    static qx::detail::NeverDestroyed<JsonPrinter> printer(static_cast<std::ostream*>(nullptr));
-    return *printer;
+    return qx::detail::per_thread<JsonPrinter>(
+        [] { return JsonPrinter(static_cast<std::ostream*>(nullptr)); });
 }
 
 // ----- Variant -----------------------------------------------------------------------------------

@@ -271,7 +271,7 @@ void Variant::assign(json::Object* object, bool init) {
     if (!init) markAssigned(isObject() && holds(object));
     leaveType(Type::Object);
     storeContainer(next);
-    if (next->owner_ == nullptr) attach_owner();
+    if (next->owner() == nullptr) attach_owner();
 }
 
 void Variant::assign(json::List* list, bool init) {
@@ -279,7 +279,7 @@ void Variant::assign(json::List* list, bool init) {
     if (!init) markAssigned(isList() && holds(list));
     leaveType(Type::List);
     storeContainer(next);
-    if (next->owner_ == nullptr) attach_owner();
+    if (next->owner() == nullptr) attach_owner();
 }
 
 bool Variant::holds(const json::Object* object) const {
@@ -293,7 +293,7 @@ bool Variant::holds(const json::List* list) const {
 }
 
 void Variant::setType(Type type, bool init) {
-    if (init) flags_ = 0;
+    if (init) setFlags(0);
     leaveType(type);
     if (isString() && !string_) string_ = new String;
 }

@@ -184,7 +184,7 @@ public:
 
     // ----- Tests -----------------------------------------------------------------------------
 
-    Type type() const noexcept { return static_cast<Type>(flags_ & kTypeMask); }
+    Type type() const noexcept { return static_cast<Type>(flags() & kTypeMask); }
     bool isNull() const noexcept { return type() == Type::Null; }
     bool isBoolean() const noexcept { return type() == Type::Boolean; }
     bool isInteger() const noexcept { return type() == Type::Integer; }
@@ -461,11 +461,11 @@ public:
     // ----- Sharing and bookkeeping ------------------------------------------ VariantSharing.cpp
 
     /// Whether the value was changed since it was marked clean.
-    bool dirty() const noexcept { return (flags_ & kDirty) != 0; }
+    bool dirty() const noexcept { return (flags() & kDirty) != 0; }
     /// `true` also marks the kept text as out of date; `false` leaves that mark alone.
     void setDirty(bool dirty) const noexcept;
     /// Whether the value came from a schema's default and wasn't set by the application.
-    bool autoValue() const noexcept { return (flags_ & kAutoValue) != 0; }
+    bool autoValue() const noexcept { return (flags() & kAutoValue) != 0; }
     void clearAutoValue() const noexcept { setAutoValue(false); }
 
     /// Makes every payload of the tree this value's own, at any depth. With a `source` that is
@@ -473,9 +473,9 @@ public:
     Variant& deepCopy(const Variant* source = nullptr);
 
     /// Whether a list or an object links this value as its element.
-    bool hasParent() const noexcept { return (flags_ & (kListParent | kObjectParent)) != 0; }
-    bool hasListParent() const noexcept { return (flags_ & kListParent) != 0; }
-    bool hasObjectParent() const noexcept { return (flags_ & kObjectParent) != 0; }
+    bool hasParent() const noexcept { return (flags() & (kListParent | kObjectParent)) != 0; }
+    bool hasListParent() const noexcept { return (flags() & kListParent) != 0; }
+    bool hasObjectParent() const noexcept { return (flags() & kObjectParent) != 0; }
     /// The container that holds this value; null if the parent isn't of that kind or no counted
     /// pointer holds it.
     /// @{
@@ -555,7 +555,7 @@ protected:
 
     void setAutoValue(bool autoValue) const noexcept { setFlag(kAutoValue, autoValue); }
     /// Whether copy on write is off.
-    bool isSticky() const noexcept { return (flags_ & kSticky) != 0; }
+    bool isSticky() const noexcept { return (flags() & kSticky) != 0; }
     void setSticky(bool sticky) const noexcept { setFlag(kSticky, sticky); }
     void setPrintDirty() const noexcept { setFlag(kPrintDirty, true); }
     /// Clears the mark and returns its old state.
@@ -576,7 +576,7 @@ protected:
     json::Object* objectRef();
     json::List* listRef();
 
-    /// One parser and two printers for all values; none of them is locked.
+    /// One parser and two printers for all values of a thread.
     /// @{
     static JsonParser& shared_parser();
     static JsonPrinter& shared_string_printer();
@@ -629,11 +629,16 @@ private:
         }
     }
 
+    // A text that is made on demand clears a mark, also of a value that another thread reads.
+    Flags flags() const noexcept { return __atomic_load_n(&flags_, __ATOMIC_RELAXED); }
+    void setFlags(int flags) const noexcept {
+        __atomic_store_n(&flags_, static_cast<Flags>(flags), __ATOMIC_RELAXED);
+    }
     void setFlag(Flags flag, bool on) const noexcept {
-        flags_ = static_cast<Flags>(on ? flags_ | flag : flags_ & ~flag);
+        setFlags(on ? flags() | flag : flags() & ~flag);
     }
     void storeType(Type type) const noexcept {
-        flags_ = static_cast<Flags>((flags_ & ~kTypeMask) | static_cast<Flags>(type));
+        setFlags((flags() & ~kTypeMask) | static_cast<int>(type));
     }
     void markAssigned(bool equal) noexcept;
     void leaveType(Type next);

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "core/Mutex.h"
+#include "core/detail/NeverDestroyed.h"
+#include "core/detail/ProcessLock.h"
 #include "json/Variant.h"
 
 #include <functional>
@@ -28,8 +31,8 @@ void Variant::setDirty(bool dirty) const noexcept {
 }
 
 bool Variant::resetPrintDirty() const noexcept {
-    const bool was = (flags_ & kPrintDirty) != 0;
-    setFlag(kPrintDirty, false);
+    const bool was = (flags() & kPrintDirty) != 0;
+    if (was) setFlag(kPrintDirty, false); // a value that others read too isn't written without need
     return was;
 }
 
@@ -166,7 +169,7 @@ bool Variant::liesDirectlyIn(const Variant& container) const {
     if (container.isObject() && container.value_.object != nullptr) {
         json::Object& object = *container.value_.object;
         if (hasObjectParent()) return parent_ == &object;
-        return (flags_ & kUnlinkedEntry) != 0 && object.findValue(this) != object.end();
+        return (flags() & kUnlinkedEntry) != 0 && object.findValue(this) != object.end();
     }
     return false;
 }
@@ -188,8 +191,11 @@ Variant Variant::withClonedContainer() const {
 
 void Variant::detach_owner() const {
     if (!holdsContainer()) return;
-    const Variant*& owner = isObject() ? value_.object->owner_ : value_.list->owner_;
-    if (owner == this) owner = nullptr;
+    if (isObject()) {
+        if (value_.object->owner() == this) value_.object->setOwner(nullptr);
+    } else {
+        if (value_.list->owner() == this) value_.list->setOwner(nullptr);
+    }
 }
 
 void Variant::setParent(json::List* list) noexcept {
@@ -216,8 +222,8 @@ boost::intrusive_ptr<json::Object> Variant::objectParent() {
 }
 
 const Variant* Variant::parent() const {
-    if (hasListParent()) return static_cast<const json::List*>(parent_)->owner_;
-    if (hasObjectParent()) return static_cast<const json::Object*>(parent_)->owner_;
+    if (hasListParent()) return static_cast<const json::List*>(parent_)->owner();
+    if (hasObjectParent()) return static_cast<const json::Object*>(parent_)->owner();
     return nullptr;
 }
 
@@ -238,6 +244,9 @@ const boost::intrusive_ptr<qx::IntrusiveString>& Variant::constStringRef() const
         if (!string_) string_ = new qx::IntrusiveString;
         return string_;
     }
+    // Values whose payload is shared, schemas above all, may be read by several threads.
+    static qx::detail::NeverDestroyed<qx::Mutex> mutex;
+    const qx::detail::ProcessLock<qx::Mutex> lock(*mutex);
     if (resetPrintDirty() || !string_) string_ = isNull() ? new qx::IntrusiveString : print(false);
     return string_;
 }

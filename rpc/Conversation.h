@@ -53,9 +53,9 @@ namespace json {
 /// Threads: locked inside; listeners run under the lock. That holds for the calls, `repeat`,
 /// `open`, `close` and the handling of a response; everything else is for one thread at a time:
 /// one thread feeds, and listeners are registered while no response is under way. The lock is the
-/// recursive one of `qx::SignalPublisher`. Warning: the text is parsed outside it, and the pool
-/// of keys that all values share isn't locked: a thread may call while another one feeds only as
-/// long as no key is new to the process. Where keys may be new, serialise the two.
+/// recursive one of `qx::SignalPublisher`. What all conversations share (the pool of keys, the
+/// registry of schemas) is locked too, so that each may have a thread of its own. A call shares the
+/// payload of its parameters with the caller's value: let no other thread use that value meanwhile.
 class GATECAST_EXPORT Conversation : public qx::SignalPublisher,
                                      public virtual IJsonParserListener,
                                      public virtual IResponseListener {

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // What a peer says of its methods: schemas to check calls by, and help for a person.
+#include "core/Mutex.h"
+#include "core/detail/NeverDestroyed.h"
+#include "core/detail/ProcessLock.h"
 #include "rpc/Conversation.h"
 #include "schema/detail/SchemaNames.h"
 
@@ -47,11 +50,14 @@ void remove_key(Object& object, const char* key) {
 } // namespace
 
 bool Conversation::importMethodSchema(const Variant& entry) {
+    // Entries of several conversations are bound to the same schema, which keeps their defaults.
+    static qx::detail::NeverDestroyed<qx::Mutex> mutex;
+    const qx::detail::ProcessLock<qx::Mutex> lock(*mutex);
     if (const auto schema = Schema::resolve(methodSchemaUrl(), qx::Url())) {
         entry.attachSchema(schema);
-        if (!entry.validate()) {
-            std::cerr << "error validating list_method entry:\n"
-                      << schema->validationResult() << '\n';
+        const Schema::ValidationResult result = schema->check(entry);
+        if (!result.ok()) {
+            std::cerr << "error validating list_method entry:\n" << result << '\n';
             return false;
         }
     }

@@ -73,7 +73,7 @@ bool Request::appendArg(const Variant& arg) {
     // Intended: the argument stays whatever the answer is.
     // Held by Request.AppendArgKeepsAnArgumentWithoutASchemaAndAnswersFalse.
     args << appended;
-    return schema && schema->validate(args[index]).ok();
+    return schema && schema->check(args[index]).ok();
 }
 
 const qx::Url& Request::requestSchemaUrl() {

@@ -36,7 +36,9 @@ namespace json {
 /// volume->validationResult().code;            // json::Schema::ValueOutOfBounds
 /// \endcode
 /// Every node with an "id" is registered for the whole process while its document loads.
-/// Threads: one at a time, registry included; a check writes the schema's own result.
+/// Threads: the registry is locked inside, and any thread may resolve, import and `check`. A schema
+/// itself is for one thread at a time: `validate` and `autoValue` leave their result in it, so that
+/// values bound to the same schema, or to parts of it, are for one thread too.
 class GATECAST_EXPORT Schema : public qx::IntrusiveObject {
 public:
     /// A set of kinds of value: bit n stands for the `json::Type` of number n.
@@ -274,6 +276,9 @@ public:
     const ValidationResult& validate(const Variant& value) const;
     const ValidationResult& validate(const Variant* value) const;
     /// @}
+    /// The same check, whose result isn't left in this schema: several threads may run it at once
+    /// on a schema that nobody changes.
+    ValidationResult check(const Variant& value) const;
     /// The result as the last `validate` left it.
     const ValidationResult& validationResult() const { return result_; }
 
@@ -347,6 +352,7 @@ private:
     friend void intrusive_ptr_release(Schema* schema);
 
     class Check;
+    void check(const Variant& value, ValidationResult& result) const;
 
     using Key = boost::intrusive_ptr<qx::IntrusiveString>;
     struct Unloaded {}; // names the constructor that leaves `init` to the caller

@@ -304,27 +304,37 @@ private:
 // ----- The whole check ---------------------------------------------------------------------------
 
 const Schema::ValidationResult& Schema::validate(const Variant& value) const {
+    check(value, result_);
+    return result_;
+}
+
+Schema::ValidationResult Schema::check(const Variant& value) const {
+    ValidationResult result;
+    check(value, result);
+    return result;
+}
+
+void Schema::check(const Variant& value, ValidationResult& result) const {
     // It may lie in the last result, and a schema that its own result holds would never be freed.
     const Variant checked = value.withoutSchema();
-    result_.rootSchema = this;
-    result_.rootValue = checked;
-    while (result_.path.size() > 0) {
-        result_.path.pop();
+    result.rootSchema = this;
+    result.rootValue = checked;
+    while (result.path.size() > 0) {
+        result.path.pop();
     }
-    result_.code = NoError;
-    result_.schema = this;
-    result_.value = checked;
-    result_.detail = nullptr;
+    result.code = NoError;
+    result.schema = this;
+    result.value = checked;
+    result.detail = nullptr;
     // Intended: a text that isn't base64 fails without a code, and so the result tests as passed
     // with the schema still set.
     // Held by SchemaCheck.ATextThatIsNotBase64EndsTheCheckButTestsAsPassed.
-    if (validate(checked, &result_)) {
-        result_.code = NoError;
-        result_.schema = nullptr;
-        result_.value = nullptr;
-        result_.detail = nullptr;
+    if (validate(checked, &result)) {
+        result.code = NoError;
+        result.schema = nullptr;
+        result.value = nullptr;
+        result.detail = nullptr;
     }
-    return result_;
 }
 
 const Schema::ValidationResult& Schema::validate(const Variant* value) const {

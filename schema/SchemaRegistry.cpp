@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "core/detail/NeverDestroyed.h"
+#include "core/detail/ProcessLock.h"
 #include "schema/Schema.h"
 #include "json/JsonParser.h"
 
 #include <iostream>
+#include <mutex>
 #include <utility>
 
 namespace json {
@@ -12,6 +14,13 @@ namespace {
 
 /// A reference that leads to a reference, and so on: past this many they lead nowhere.
 constexpr int kReferenceHops = 1000;
+
+using RegistryLock = qx::detail::ProcessLock<std::mutex>;
+
+std::mutex& registry_mutex() {
+    static qx::detail::NeverDestroyed<std::mutex> mutex;
+    return *mutex;
+}
 
 } // namespace
 
@@ -24,14 +33,22 @@ Schema::SchemaMap& Schema::global_schemas() {
 
 boost::intrusive_ptr<Schema> Schema::resolve(const qx::Url& url, const qx::Url& context) {
     const SchemaMap& schemas = const_global_schemas();
-    const auto entry = context.empty() ? schemas.find(url) : schemas.find(url % context);
+    const qx::Url absolute = context.empty() ? url : url % context;
+    const RegistryLock lock(registry_mutex());
+    const auto entry = schemas.find(absolute);
     return entry != schemas.end() ? entry->second : NullPtr;
 }
 
 void Schema::import(const qx::Url& url, boost::intrusive_ptr<Schema> schema) {
     SchemaMap& schemas = global_schemas();
-    if (schemas.contains(url)) std::cerr << "warning: overwriting schema " << url << '\n';
+    bool known = false;
+    {
+        const RegistryLock lock(registry_mutex());
+        known = schemas.contains(url);
+    }
+    if (known) std::cerr << "warning: overwriting schema " << url << '\n';
     std::cout << "importing schema: " << url << '\n';
+    const RegistryLock lock(registry_mutex());
     schemas.setValue(static_cast<const char*>(url), schema);
 }
 
@@ -53,7 +70,7 @@ bool import_document(const Variant& document) {
     const boost::intrusive_ptr<Schema> meta =
         Schema::resolve(Schema::metaSchemaUrl(document), qx::Url());
     if (meta) {
-        const Schema::ValidationResult& result = meta->validate(document);
+        const Schema::ValidationResult result = meta->check(document);
         if (!result.ok()) {
             std::cerr << "while importing: " << document << "\n\n" << result;
             return false;

@@ -6,4 +6,5 @@ gatecast_add_tests(device_tests
     GatecastConversationTest.cpp
     HeaderUpdateTest.cpp
     MailBoxTest.cpp
-    PreviewTest.cpp)
+    PreviewTest.cpp
+    ThreadsTest.cpp)

@@ -14,7 +14,7 @@ qx::Url method_schema_url(const qx::IntrusiveString& method, const char* part) {
 Schema::ValidationResult validate_by_url(const Variant& value, const qx::Url& url) {
     const boost::intrusive_ptr<Schema> schema = Schema::resolve(url, qx::Url());
     if (!schema) return Schema::ValidationResult(Schema::SchemaNotFound);
-    return schema->validate(value);
+    return schema->check(value);
 }
 
 } // namespace json::detail
