@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the JSON text classes do when memory runs out. A program of its own: it replaces `new`.
+// What the JSON text classes do when memory runs out.
+#include "support/FailingMemory.h"
 #include "support/SortedText.h"
 #include "support/ValueProbe.h"
 #include "json/JsonParser.h"
@@ -10,73 +11,25 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstdlib>
 #include <new>
 #include <string>
 #include <utility>
 
 namespace {
 
-constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
-
-std::size_t allocations_left = kUnlimited;
-std::ptrdiff_t allocations_held = 0;
-
-void* allocate(std::size_t size) {
-    if (allocations_left == 0) throw std::bad_alloc();
-    if (allocations_left != kUnlimited) --allocations_left;
-    void* memory = std::malloc(size);
-    if (memory == nullptr) throw std::bad_alloc();
-    ++allocations_held;
-    return memory;
-}
-
-void release(void* memory) noexcept {
-    if (memory == nullptr) return;
-    --allocations_held;
-    std::free(memory);
-}
-
-/// While it lives, `new` works so many times and then throws.
-struct AllocationLimit {
-    explicit AllocationLimit(std::size_t count) { allocations_left = count; }
-    ~AllocationLimit() { allocations_left = kUnlimited; }
-    AllocationLimit(const AllocationLimit&) = delete;
-    AllocationLimit& operator=(const AllocationLimit&) = delete;
-};
-
-} // namespace
-
-void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
-void operator delete(void* memory) noexcept { release(memory); }
-void operator delete[](void* memory) noexcept { release(memory); }
-void operator delete(void* memory, std::size_t) noexcept { release(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
-
-namespace {
-
 using json::JsonParser;
 using json::JsonPrinter;
 using json::Variant;
+using test::AllocationLimit;
+using test::allocations_held;
+using test::allocations_left;
+using test::fail_at_every_allocation;
+using test::kUnlimited;
 using test::sorted_text;
 
 constexpr char kText[] =
     "{\"memory key\":[1,2.5,\"a text that needs room of its own\",{\"k\":null}],"
     "\"other memory key\":{\"k\":[[[true]]]}}";
-
-/// Runs `call` with every number of allocations until it gets through; returns how often it failed.
-template <typename Call>
-int fail_at_every_allocation(Call call) {
-    for (std::size_t count = 0;; ++count) {
-        try {
-            const AllocationLimit limit(count);
-            call();
-            return static_cast<int>(count);
-        } catch (const std::bad_alloc&) {
-        }
-    }
-}
 
 TEST(JsonMemory, AParserGoesOnBehindAnyAllocationThatFails) {
     JsonParser parser;

@@ -15,7 +15,5 @@ gatecast_add_tests(json_tests
     VariantSharingTest.cpp
     VariantTest.cpp)
 
-# A program of its own: it replaces operator new.
-gatecast_add_tests(json_memory_tests JsonMemoryTest.cpp)
 # One of the tests compares the parser with the bare tokenizer.
 target_link_libraries(json_tests PRIVATE Yajl::yajl)
