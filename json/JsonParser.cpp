@@ -61,9 +61,10 @@ struct JsonParser::Tokenizer {
 
     /// Hands bytes to the handle, behind those that were gathered.
     yajl_status parse(JsonParser& parser, std::string_view piece) {
-        const yajl_status status = handOnGathered(parser);
-        if (status != yajl_status_ok) return status;
-        return run(parser, piece);
+        yajl_status status = handOnGathered(parser);
+        if (status == yajl_status_ok) status = run(parser, piece);
+        if (status != yajl_status_ok) pending.clear(); // what follows a fault continues nothing
+        return status;
     }
 
     yajl_status complete(JsonParser& parser) {

@@ -237,6 +237,18 @@ TEST(TextInPieces, IsReadAndRefusedJustAsByTheBareTokenizer) {
     EXPECT_GT(10000u, refused);
 }
 
+TEST(TextInPieces, AFaultBehindAnOpenTokenStaysAFault) {
+    JsonParser parser;
+    EXPECT_TRUE(parser.parse("{\"2"));
+    EXPECT_FALSE(parser.parse("\",}"));
+    EXPECT_FALSE(parser.parse(" "));
+    EXPECT_FALSE(parser.parse("more"));
+    parser.reset();
+    EXPECT_TRUE(parser.parse("[\"2"));
+    EXPECT_TRUE(parser.parse("\"]"));
+    EXPECT_EQ("2", parser.parseComplete()[0].stringValue());
+}
+
 TEST(TextInPieces, AnOpenTokenIsHandedOnWhenTheTextEnds) {
     JsonParser parser;
     for (const char* piece : {"1", "2", "3"}) {
