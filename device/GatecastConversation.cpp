@@ -2,6 +2,7 @@
 #include "device/GatecastConversation.h"
 
 #include "core/detail/NeverDestroyed.h"
+#include "device/detail/PooledNames.h"
 
 namespace qx {
 
@@ -13,52 +14,6 @@ constexpr std::size_t kPreviewCapacity = 120;
 constexpr const char* kDoor = "door";
 constexpr const char* kLight = "elight";
 
-GatecastConversation::Methods make_methods() {
-    json::Object::KeyPool& pool = json::Object::key_pool();
-    GatecastConversation::Methods methods;
-    methods.version = pool.intern("version");
-    methods.registerDevice = pool.intern("register_device");
-    methods.subscription = pool.intern("subscription");
-    methods.addDevice = pool.intern("add_device");
-    methods.ptzClick = pool.intern("ptz_click");
-    methods.ptzPan = pool.intern("ptz_pan");
-    methods.ptzZoom = pool.intern("ptz_zoom");
-    methods.bellAck = pool.intern("bell_ack");
-    methods.trigger = pool.intern("trigger");
-    methods.displayMode = pool.intern("display_mode");
-    methods.live = pool.intern("live");
-    methods.pause = pool.intern("pause");
-    methods.endFilter = pool.intern("endfilter");
-    methods.play = pool.intern("play");
-    methods.mailBoxData = pool.intern("mailboxdata");
-    methods.messageDelete = pool.intern("message_delete");
-    methods.messageSeen = pool.intern("message_seen");
-    methods.previewMessage = pool.intern("preview_message");
-    methods.previewLive = pool.intern("preview_live");
-    methods.listContactNumbers = pool.intern("list_contact_numbers");
-    methods.listAddressees = pool.intern("list_addressees");
-    return methods;
-}
-
-GatecastConversation::Keys make_keys() {
-    json::Object::KeyPool& pool = json::Object::key_pool();
-    GatecastConversation::Keys keys;
-    keys.versionMajor = pool.intern("version_major");
-    keys.versionMinor = pool.intern("version_minor");
-    keys.contactNumber = pool.intern("contact_number");
-    keys.name = pool.intern("name");
-    keys.bell = pool.intern("bell");
-    keys.doorOpen = pool.intern("door_open");
-    keys.doorClosed = pool.intern("door_closed");
-    keys.boltOpen = pool.intern("bolt_open");
-    keys.boltClosed = pool.intern("bolt_closed");
-    keys.mode = pool.intern("mode");
-    keys.size = pool.intern("size");
-    keys.fps = pool.intern("fps");
-    keys.error = pool.intern("error");
-    return keys;
-}
-
 std::unique_ptr<GatecastConversation::PreviewCache> make_preview_cache() {
     using Images = MemoryCache<unsigned long long, std::string>;
     return std::make_unique<GatecastConversation::PreviewCache>(
@@ -68,12 +23,48 @@ std::unique_ptr<GatecastConversation::PreviewCache> make_preview_cache() {
 } // namespace
 
 const GatecastConversation::Methods& GatecastConversation::methods() {
-    static const detail::NeverDestroyed<Methods> methods(make_methods());
+    static const detail::NeverDestroyed<Methods> methods(detail::pooled_names<Methods>({
+        {&Methods::version, "version"},
+        {&Methods::registerDevice, "register_device"},
+        {&Methods::subscription, "subscription"},
+        {&Methods::addDevice, "add_device"},
+        {&Methods::ptzClick, "ptz_click"},
+        {&Methods::ptzPan, "ptz_pan"},
+        {&Methods::ptzZoom, "ptz_zoom"},
+        {&Methods::bellAck, "bell_ack"},
+        {&Methods::trigger, "trigger"},
+        {&Methods::displayMode, "display_mode"},
+        {&Methods::live, "live"},
+        {&Methods::pause, "pause"},
+        {&Methods::endFilter, "endfilter"},
+        {&Methods::play, "play"},
+        {&Methods::mailBoxData, "mailboxdata"},
+        {&Methods::messageDelete, "message_delete"},
+        {&Methods::messageSeen, "message_seen"},
+        {&Methods::previewMessage, "preview_message"},
+        {&Methods::previewLive, "preview_live"},
+        {&Methods::listContactNumbers, "list_contact_numbers"},
+        {&Methods::listAddressees, "list_addressees"},
+    }));
     return *methods;
 }
 
 const GatecastConversation::Keys& GatecastConversation::keys() {
-    static const detail::NeverDestroyed<Keys> keys(make_keys());
+    static const detail::NeverDestroyed<Keys> keys(detail::pooled_names<Keys>({
+        {&Keys::versionMajor, "version_major"},
+        {&Keys::versionMinor, "version_minor"},
+        {&Keys::contactNumber, "contact_number"},
+        {&Keys::name, "name"},
+        {&Keys::bell, "bell"},
+        {&Keys::doorOpen, "door_open"},
+        {&Keys::doorClosed, "door_closed"},
+        {&Keys::boltOpen, "bolt_open"},
+        {&Keys::boltClosed, "bolt_closed"},
+        {&Keys::mode, "mode"},
+        {&Keys::size, "size"},
+        {&Keys::fps, "fps"},
+        {&Keys::error, "error"},
+    }));
     return *keys;
 }
 

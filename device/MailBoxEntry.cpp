@@ -3,36 +3,28 @@
 
 #include "core/detail/CNumbers.h"
 #include "core/detail/NeverDestroyed.h"
+#include "device/detail/PooledNames.h"
 #include "schema/Schema.h"
 
 namespace qx {
 
-namespace {
-
-MailBoxEntry::Keys make_keys() {
-    json::Object::KeyPool& pool = json::Object::key_pool();
-    MailBoxEntry::Keys keys;
-    keys.mailBoxId = pool.intern("mailbox_id");
-    keys.mailBoxName = pool.intern("name_mailbox");
-    keys.senderUserId = pool.intern("sender_user_id");
-    keys.senderName = pool.intern("name_sender");
-    keys.timestamp = pool.intern("timestamp");
-    keys.length = pool.intern("length_ds");
-    keys.cameraId = pool.intern("appl_camera_id");
-    keys.sequenceNo = pool.intern("appl_sequence_no");
-    keys.eventIndex = pool.intern("appl_event_index");
-    keys.recordId = pool.intern("rid");
-    keys.alarmImage = pool.intern("alarmimage");
-    keys.events = pool.intern("events");
-    keys.messageSeen = pool.intern("message_seen");
-    keys.endFilter = pool.intern("endfilter");
-    return keys;
-}
-
-} // namespace
-
 const MailBoxEntry::Keys& MailBoxEntry::keys() {
-    static const detail::NeverDestroyed<Keys> keys(make_keys());
+    static const detail::NeverDestroyed<Keys> keys(detail::pooled_names<Keys>({
+        {&Keys::mailBoxId, "mailbox_id"},
+        {&Keys::mailBoxName, "name_mailbox"},
+        {&Keys::senderUserId, "sender_user_id"},
+        {&Keys::senderName, "name_sender"},
+        {&Keys::timestamp, "timestamp"},
+        {&Keys::length, "length_ds"},
+        {&Keys::cameraId, "appl_camera_id"},
+        {&Keys::sequenceNo, "appl_sequence_no"},
+        {&Keys::eventIndex, "appl_event_index"},
+        {&Keys::recordId, "rid"},
+        {&Keys::alarmImage, "alarmimage"},
+        {&Keys::events, "events"},
+        {&Keys::messageSeen, "message_seen"},
+        {&Keys::endFilter, "endfilter"},
+    }));
     return *keys;
 }
 
