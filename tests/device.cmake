@@ -8,3 +8,5 @@ gatecast_add_tests(device_tests
     MailBoxTest.cpp
     PreviewTest.cpp
     ThreadsTest.cpp)
+# A program of its own: what a station says of its methods holds for the whole process.
+gatecast_add_tests(hostile_tests HostileStationTest.cpp)

@@ -26,6 +26,7 @@ public:
     std::function<void(const std::string& entry)> whenTold;
 
     using json::Conversation::attachmentData;
+    using json::Conversation::methodNames;
     using json::Conversation::pendingRequests;
     using qx::GatecastConversation::currentEntry;
     using qx::GatecastConversation::mailBoxBatch;
