@@ -40,6 +40,8 @@ public:
         const MutexLocker lock(mutex(), true);
         return capacity_;
     }
+    /// Warning: never call it on a `MemoryCache`, nor on a chain that holds one: it never returns.
+    /// Give the capacity to the constructor.
     virtual void setCapacity(std::size_t capacity) {
         const MutexLocker lock(mutex(), true);
         capacity_ = capacity;
@@ -106,6 +108,8 @@ public:
         const MutexLocker lock(this->mutex(), true);
         return buckets_.size();
     }
+    /// Warning: never returns. It calls itself until the stack is exhausted and the process ends.
+    /// Give the capacity to the constructor instead.
     // GCC takes the building of a deprecated member of a template for a call of it.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -253,7 +257,8 @@ public:
         const MutexLocker lock(this->mutex(), true);
         return caches_.empty() ? Cache<K, V>::capacity() : caches_.front()->capacity();
     }
-    /// Passes the capacity to each cache. Warning: a `MemoryCache` among them never returns.
+    /// Passes the capacity to each cache.
+    /// Warning: never returns when a `MemoryCache` is among them: its own never does.
     void setCapacity(std::size_t capacity) override {
         const MutexLocker lock(this->mutex(), true);
         Cache<K, V>::setCapacity(capacity);

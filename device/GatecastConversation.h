@@ -203,9 +203,12 @@ public:
     /// The same for the live view, which arrives by `livePreviewReady`. The cache keeps one: with
     /// `useCache` an image of any age is good.
     boost::shared_ptr<std::string> downloadLivePreviewImage(int a, int b, bool useCache);
+    /// Warning: never returns. The memory cache's `setCapacity` calls itself until the stack is
+    /// exhausted and the process ends. The capacity stays at 120 images.
     [[deprecated("never returns: the memory cache's setCapacity calls itself until the stack is "
                  "exhausted; the capacity is 120")]] void
     setPreviewCacheCapacity(int n);
+    /// Drops all images. Requests under way stay so.
     void clearPreviewCache();
     /// Nothing happens: images are never written to a directory.
     void usePreviewCacheDirectory(const std::string& directory);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "device/Cache.h"
 
+#include "device/IJsonHeaderUpdateReceiver.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -14,6 +16,8 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <dlfcn.h>
 
 using testing::ElementsAre;
 
@@ -121,6 +125,14 @@ public:
     void clear() { entries_.clear(); }
     std::size_t size() const { return entries_.size(); }
     bool contains(unsigned long long key) { return find(key) != entries_.end(); }
+    std::vector<unsigned long long> keys() const {
+        std::vector<unsigned long long> keys;
+        for (const auto& entry : entries_) {
+            keys.push_back(entry.first);
+        }
+        std::sort(keys.begin(), keys.end());
+        return keys;
+    }
 
 private:
     using Entries = std::list<std::pair<unsigned long long, std::string>>;
@@ -133,6 +145,33 @@ private:
     std::size_t capacity_;
     Entries entries_;
 };
+
+/// Images that an application holds, with what they said when it got them.
+class HeldImages {
+public:
+    void hold(const Image& image) { held_.emplace_back(image, *image); }
+    std::size_t size() const { return held_.size(); }
+    void expectUnchanged(unsigned int seed) const {
+        for (const auto& [image, text] : held_) {
+            EXPECT_EQ(text, *image) << "seed " << seed;
+        }
+    }
+
+private:
+    std::vector<std::pair<Image, std::string>> held_;
+};
+
+/// Where the program keeps what the address points at: the library, or the test itself.
+const void* home_of(const void* address) {
+    Dl_info info = {};
+    EXPECT_NE(0, dladdr(address, &info));
+    return info.dli_fbase;
+}
+
+/// The code of `size`, the slot behind the two of the destructor.
+const void* code_of_size(const ICache& cache) {
+    return (*reinterpret_cast<const void* const* const*>(&cache))[2];
+}
 
 } // namespace
 
@@ -155,6 +194,29 @@ TEST(Cache, SwitchesItsLockOnAndOff) {
         EXPECT_EQ(on, cache.isThreadSafe());
         EXPECT_EQ("one", cache.valueOf(1));
     }
+}
+
+// A new lock would be one that nobody else holds.
+TEST(Cache, KeepsItsLockWhenItIsSwitchedOnAgain) {
+    struct Open : Memory {
+        Open() : Memory(1, true) {}
+        using Memory::mutex;
+    };
+    Open cache;
+    const qx::Mutex* const lock = cache.mutex();
+    ASSERT_NE(nullptr, lock);
+    cache.setThreadSafe(true);
+    EXPECT_EQ(lock, cache.mutex());
+    cache.setThreadSafe(false);
+    EXPECT_EQ(nullptr, cache.mutex());
+}
+
+TEST(Cache, OfPreviewImagesIsBuiltInTheLibraryOnly) {
+    const Memory memory(1, false);
+    const Multi chain(nullptr);
+    const void* const library = home_of(qx::IJsonHeaderUpdateReceiver::ID());
+    EXPECT_EQ(library, home_of(code_of_size(memory)));
+    EXPECT_EQ(library, home_of(code_of_size(chain)));
 }
 
 TEST(Cache, AnswersAnEmptyValueForAMissingKey) {
@@ -384,12 +446,15 @@ TEST(MemoryCache, SettingTheCapacityEntersItsOwnSlotAgain) {
 #pragma GCC diagnostic pop
 
 TEST(MemoryCache, BehavesLikeItsModelOverLongSequences) {
+    std::size_t images = 0;
     for (const bool threadSafe : {false, true}) {
         for (unsigned int seed = 1; seed <= 20; ++seed) {
             std::mt19937 random(seed);
             const std::size_t capacity = random() % 12;
             CountingMemory cache(capacity, threadSafe);
             Model model(capacity);
+            HeldImages held;
+            bool locked = threadSafe;
             for (int step = 0; step < 2000; ++step) {
                 const unsigned long long key = random() % 20;
                 const auto where = ::testing::Message()
@@ -408,17 +473,25 @@ TEST(MemoryCache, BehavesLikeItsModelOverLongSequences) {
                 case 2:
                     ASSERT_EQ(model.contains(key), cache.contains(key)) << where;
                     break;
-                case 3:
+                case 3: {
+                    const std::string* const expected = model.get(key);
+                    ASSERT_EQ(expected != nullptr ? *expected : "", cache.valueOf(key)) << where;
+                    break;
+                }
                 case 4:
+                    locked = !locked;
+                    cache.setThreadSafe(locked);
+                    ASSERT_EQ(locked, cache.isThreadSafe()) << where;
+                    break;
                 case 5:
                 case 6:
                 case 7: {
                     const std::string* const expected = model.get(key);
                     const Image found = cache.get(key);
                     ASSERT_EQ(expected != nullptr, found != nullptr) << where;
-                    if (found) {
-                        ASSERT_EQ(*expected, *found) << where;
-                    }
+                    if (!found) break;
+                    ASSERT_EQ(*expected, *found) << where;
+                    held.hold(found);
                     break;
                 }
                 default: {
@@ -429,10 +502,15 @@ TEST(MemoryCache, BehavesLikeItsModelOverLongSequences) {
                 }
                 }
                 ASSERT_EQ(model.size(), cache.size()) << where;
+                ASSERT_EQ(capacity, cache.capacity()) << where;
             }
             EXPECT_GE(capacity + 1, static_cast<std::size_t>(cache.made)) << "seed " << seed;
+            EXPECT_EQ(model.keys(), keys_in(cache, 20)) << "seed " << seed;
+            held.expectUnchanged(seed);
+            images += held.size();
         }
     }
+    EXPECT_LT(1000u, images) << "held beyond their eviction";
 }
 
 // ----- The chain ---------------------------------------------------------------------------------
@@ -565,55 +643,94 @@ TEST(MultiCache, HasAKeyThatAnyOfItsCachesHas) {
 }
 
 TEST(MultiCache, BehavesLikeItsModelsOverLongSequences) {
+    std::size_t images = 0;
     for (const bool threadSafe : {false, true}) {
         for (unsigned int seed = 1; seed <= 20; ++seed) {
             std::mt19937 random(seed);
-            const std::size_t capacities[] = {random() % 4, random() % 8, random() % 12};
-            Multi chain(std::make_unique<Memory>(capacities[0], threadSafe));
-            chain.append(std::make_unique<Memory>(capacities[1], threadSafe));
-            chain.append(std::make_unique<Memory>(capacities[2], threadSafe));
-            Model models[] = {Model(capacities[0]), Model(capacities[1]), Model(capacities[2])};
+            const std::size_t length = 1 + random() % 3;
+            std::vector<Model> models;
+            std::vector<const ICache*> caches;
+            std::unique_ptr<Multi> chain;
+            for (std::size_t i = 0; i < length; ++i) {
+                const std::size_t capacity = random() % (4 * (i + 1));
+                auto cache = std::make_unique<Memory>(capacity, threadSafe);
+                caches.push_back(cache.get());
+                models.emplace_back(capacity);
+                if (i == 0) {
+                    chain = std::make_unique<Multi>(std::move(cache));
+                } else {
+                    chain->append(std::move(cache));
+                }
+            }
+            HeldImages held;
+            bool locked = threadSafe;
             for (int step = 0; step < 2000; ++step) {
                 const unsigned long long key = random() % 16;
                 const auto where = ::testing::Message()
                                    << "seed " << seed << ", step " << step << ", key " << key;
-                switch (random() % 8) {
+                std::size_t hit = 0;
+                while (hit < length && !models[hit].contains(key)) {
+                    ++hit;
+                }
+                switch (random() % 16) {
                 case 0:
-                    chain.remove(key);
+                case 1:
+                    chain->remove(key);
                     for (Model& model : models) {
                         model.remove(key);
                     }
                     break;
-                case 1:
                 case 2:
-                case 3: {
-                    const Image found = chain.get(key);
-                    std::size_t hit = 0;
-                    while (hit < 3 && !models[hit].contains(key)) {
-                        ++hit;
+                    if (random() % 20 != 0) break;
+                    chain->clear();
+                    for (Model& model : models) {
+                        model.clear();
                     }
-                    ASSERT_EQ(hit < 3, found != nullptr) << where;
+                    break;
+                case 3:
+                    ASSERT_EQ(hit < length, chain->contains(key)) << where;
+                    break;
+                case 4:
+                    locked = !locked;
+                    chain->setThreadSafe(locked);
+                    for (const ICache* const cache : caches) {
+                        ASSERT_EQ(locked, cache->isThreadSafe()) << where;
+                    }
+                    break;
+                case 5:
+                case 6:
+                case 7:
+                case 8: {
+                    const Image found = chain->get(key);
+                    ASSERT_EQ(hit < length, found != nullptr) << where;
                     if (!found) break;
                     const std::string expected = *models[hit].get(key);
                     ASSERT_EQ(expected, *found) << where;
                     for (std::size_t before = 0; before < hit; ++before) {
                         models[before].put(key, expected);
                     }
+                    held.hold(found);
                     break;
                 }
                 default: {
                     const std::string text = std::to_string(step);
-                    chain.putCopy(key, text);
+                    chain->putCopy(key, text);
                     for (Model& model : models) {
                         model.put(key, text);
                     }
                     break;
                 }
                 }
-                ASSERT_EQ(models[0].size(), chain.size()) << where;
+                ASSERT_EQ(models[0].size(), chain->size()) << where;
+                for (std::size_t i = 0; step % 20 == 0 && i < length; ++i) {
+                    ASSERT_EQ(models[i].keys(), keys_in(*caches[i], 16)) << where << ", " << i;
+                }
             }
+            held.expectUnchanged(seed);
+            images += held.size();
         }
     }
+    EXPECT_LT(1000u, images) << "held beyond their eviction";
 }
 
 // ----- Threads -----------------------------------------------------------------------------------

@@ -2,6 +2,7 @@
 #include "device/GatecastConversation.h"
 
 #include "support/Phone.h"
+#include "support/SchemaText.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -96,12 +97,38 @@ TEST(DeviceResponses, HandleAnAnswerThatBroughtTheVersionNoFurther) {
 }
 
 TEST(DeviceResponses, TakeTheVersionFromNoOtherAnswerOnceItIsKnown) {
-    Phone phone;
-    phone.versionMajor = 1;
-    answer(phone, "live", R"("result":{"version_major":2,"version_minor":1})");
-    EXPECT_EQ(1, phone.versionMajor);
-    EXPECT_EQ(9, phone.versionMinor);
-    EXPECT_EQ(2, phone.playbackMode);
+    for (const std::int32_t version : {1, -1}) {
+        Phone phone;
+        phone.versionMajor = version;
+        answer(phone, "live", R"("result":{"version_major":2,"version_minor":1})");
+        EXPECT_EQ(version, phone.versionMajor);
+        EXPECT_EQ(9, phone.versionMinor) << version;
+        EXPECT_EQ(2, phone.playbackMode) << version;
+    }
+}
+
+TEST(DeviceResponses, TakeTheVersionBeforeAnyId) {
+    for (const int id : {101, 102, 103, 104}) {
+        Phone phone;
+        phone.versionMajor = 7;
+        phone.call0("version", id);
+        event(phone, id, R"("result":["open"])");
+        EXPECT_EQ(0, phone.versionMajor) << id;
+        EXPECT_FALSE(phone.doorAndLightStatus().doorStatusKnown) << id;
+        EXPECT_FALSE(phone.doorAndLightStatus().lightStatusKnown) << id;
+        EXPECT_THAT(phone.told, IsEmpty()) << id;
+    }
+}
+
+TEST(DeviceResponses, TakeTheVersionFromAnErrorThatBringsIt) {
+    for (const int code : {5, 14, 24}) {
+        Phone phone;
+        event(phone, 103,
+              R"("result":{"version_major":2},"error":[)" + std::to_string(code) + R"(,"x"])");
+        EXPECT_EQ(2, phone.versionMajor) << code;
+        EXPECT_THAT(phone.told, IsEmpty()) << code;
+        EXPECT_THAT(phone.sent, IsEmpty()) << code;
+    }
 }
 
 TEST(DeviceResponses, SeeTheVersionInAnObjectOnly) {
@@ -204,6 +231,17 @@ TEST(DeviceResponses, TakeTheLightFromTheFirstResultAsABool) {
     }
 }
 
+TEST(DeviceResponses, KeepTheStatusInItsOrder) {
+    const GatecastConversation::DoorAndLightStatus status{true, false, false, "open"};
+    EXPECT_TRUE(status.lightStatusKnown);
+    EXPECT_FALSE(status.lightOn);
+    EXPECT_FALSE(status.doorStatusKnown);
+    EXPECT_EQ("open", std::string(status.doorStatus));
+    const GatecastConversation::DoorAndLightStatus other{false, true, true, ""};
+    EXPECT_TRUE(other.lightOn);
+    EXPECT_TRUE(other.doorStatusKnown);
+}
+
 TEST(DeviceResponses, ShowTheStatusThroughOneReference) {
     Phone phone;
     const GatecastConversation::DoorAndLightStatus& status = phone.doorAndLightStatus();
@@ -232,12 +270,32 @@ TEST(DeviceResponses, ReadTheIdAsAnInteger) {
 }
 
 TEST(DeviceResponses, LetTheIdDecideBeforeTheMethod) {
-    Phone phone;
-    phone.playbackMode = 18;
-    phone.call0("live", 102);
-    event(phone, 102, R"("result":[true])");
-    EXPECT_TRUE(phone.doorAndLightStatus().lightOn);
-    EXPECT_EQ(18, phone.playbackMode);
+    for (const int id : {101, 102, 103}) {
+        for (const char* method :
+             {"live", "play", "pause", "preview_live", "list_addressees", "list_contact_numbers"}) {
+            Phone phone;
+            phone.playbackMode = 18;
+            phone.call0(method, id);
+            event(phone, id, R"("result":["bell"],"binary-attachment-list":["picture"])");
+            EXPECT_EQ(id == 101, phone.doorAndLightStatus().doorStatusKnown) << method << id;
+            EXPECT_EQ(id == 102, phone.doorAndLightStatus().lightStatusKnown) << method << id;
+            EXPECT_EQ(18, phone.playbackMode) << method << id;
+            EXPECT_THAT(phone.told, IsEmpty()) << method << id;
+        }
+    }
+}
+
+TEST(DeviceResponses, LetTheAddressBooksDecideBeforeTheMailBox) {
+    for (const char* method : {"list_addressees", "list_contact_numbers"}) {
+        Phone phone;
+        phone.call0(method, 104);
+        event(phone, 104, R"("result":[])");
+        EXPECT_THAT(phone.told, ElementsAre(kSetupMessage)) << method;
+        EXPECT_EQ(0, phone.mailBoxBatch) << method;
+        phone.call0(method, 104);
+        event(phone, 104, R"("result":[],"error":[21,"no"])");
+        EXPECT_EQ(0, phone.mailBoxBatch) << method;
+    }
 }
 
 // ----- Registration ------------------------------------------------------------------------------
@@ -306,6 +364,9 @@ TEST(DeviceResponses, TellOfTheRowOfARegistration) {
         {-1, R"([{"contact_number":17}])", {"contactRegistered(17, )"}},
         {-1, R"(["a"])", {"contactRegistered(, )"}},
         {-1, R"([])", {"contactRegistered(, )"}},
+        {0, R"([["bell","b","c"]])", {"deviceRegistered(bell, b, c)"}},
+        {0, R"(["BELL","b","c"])", {"deviceRegistered(, , )"}},
+        {-1, R"([["bell"],{"name":"n"}])", {"deviceRegistered(bell, , )"}},
         {0, R"(true)", {}},
         {-1, R"({"contact_number":"1","name":"n"})", {}},
         {0, R"("bell")", {}},
@@ -352,6 +413,15 @@ TEST(DeviceResponses, FallOverToTheOtherAddressBookOfALaterDevice) {
         EXPECT_THAT(phone.takeSent(), ElementsAre(kAddresseesRequest)) << row.code;
         EXPECT_THAT(phone.told, IsEmpty()) << row.code;
     }
+}
+
+TEST(DeviceResponses, KnowTheLaterDeviceBeforeTheRequestLeaves) {
+    Phone phone;
+    std::vector<std::int32_t> seen;
+    phone.call0("list_contact_numbers");
+    phone.whenSent = [&](const std::string&) { seen.push_back(phone.versionMajor); };
+    phone.receive(R"({"result":null,"error":[3,"unknown"],"id":1000})");
+    EXPECT_THAT(seen, ElementsAre(1));
 }
 
 TEST(DeviceResponses, ShowTheErrorOfAnAddressBook) {
@@ -528,6 +598,15 @@ TEST(DeviceResponses, AreTrueWhateverTheyAre) {
         const Response response(json::JsonParser::parseTree(text));
         EXPECT_TRUE(phone.handleResponse(Request(), response, Schema::ValidationResult())) << text;
     }
+}
+
+TEST(DeviceResponses, AreThoseOfAConversationFirst) {
+    const test::CapturedConsole console;
+    Phone phone;
+    phone.open();
+    phone.receive(R"({"result":[{"method":"responses.told","params":[]}],"id":1})");
+    ASSERT_EQ(1u, phone.methodNames.size());
+    EXPECT_STREQ("responses.told", phone.methodNames[0].c_str());
 }
 
 TEST(DeviceResponses, AreHandledWhateverTheirValidationSays) {

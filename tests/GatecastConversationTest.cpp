@@ -469,6 +469,15 @@ TEST(GatecastConversation, ChangesItsStateBeforeTheRequestLeaves) {
     }
 }
 
+TEST(GatecastConversation, BlanksTheMessageBeforeTheLiveViewIsAskedFor) {
+    Phone phone;
+    phone.currentEntry = entry_of(kEntry);
+    std::vector<unsigned int> seen;
+    phone.whenSent = [&](const std::string&) { seen.push_back(phone.currentEntry.sequenceNo()); };
+    phone.live();
+    EXPECT_THAT(seen, ElementsAre(0u));
+}
+
 TEST(GatecastConversation, BlanksTheMessageBeforeAStretchIsAskedFor) {
     Phone phone;
     phone.currentEntry = entry_of(kEntry);

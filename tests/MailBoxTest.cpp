@@ -426,6 +426,18 @@ TEST(MailBox, PlaysAMessageByItsPosition) {
     EXPECT_EQ(2, phone.playbackMode) << "the answer changes it";
 }
 
+// What an answer from inside sets, as a live view would, is overwritten by the message.
+TEST(MailBox, NotesTheMessageWhenItsRequestHasLeft) {
+    Phone phone;
+    phone.playbackMode = 2;
+    phone.currentEntry = numbered(1);
+    std::vector<unsigned int> seen;
+    phone.whenSent = [&](const std::string&) { seen.push_back(phone.currentEntry.sequenceNo()); };
+    phone.play(numbered(2), false, false);
+    EXPECT_THAT(seen, ElementsAre(1u, 1u));
+    EXPECT_EQ(2u, phone.currentEntry.sequenceNo());
+}
+
 TEST(MailBox, QueuesAMessageByThePlaybackMode) {
     const struct {
         std::int32_t mode;
@@ -524,6 +536,16 @@ TEST(MailBox, ServesItsQueueWhenAPauseIsAnswered) {
     phone.receive(R"({"result":true,"id":1002})");
     EXPECT_EQ(4, phone.playbackMode);
     EXPECT_THAT(numbers_in(phone.playQueue), ElementsAre(2u, 3u)) << "one at a time";
+}
+
+TEST(MailBox, TakesAMessageFromTheQueueBeforeItIsPlayed) {
+    Phone phone;
+    phone.playQueue = {numbered(1), numbered(2)};
+    phone.pause();
+    std::vector<std::vector<unsigned int>> seen;
+    phone.whenSent = [&](const std::string&) { seen.push_back(numbers_in(phone.playQueue)); };
+    phone.receive(R"({"result":true})");
+    EXPECT_THAT(seen, ElementsAre(ElementsAre(2u), ElementsAre(2u)));
 }
 
 TEST(MailBox, LeavesAnEmptyQueueAloneWhenAPauseIsAnswered) {

@@ -283,6 +283,23 @@ TEST(Preview, ThatArrivesBeforeItsRequestHasLeftIsOneOfTheLiveView) {
     EXPECT_THAT(phone.previewRequestByKey, ElementsAre(Pair(7, 1000)));
 }
 
+TEST(Preview, IsInTheCacheBeforeTheApplicationIsTold) {
+    Phone phone;
+    std::vector<Image> seen;
+    phone.whenTold = [&](const std::string&) {
+        seen.push_back(phone.downloadMailPreviewImage(7, 1, 2, true));
+        seen.push_back(phone.downloadLivePreviewImage(1, 2, true));
+    };
+    phone.downloadLivePreviewImage(1, 2, true);
+    phone.downloadMailPreviewImage(7, 1, 2, true);
+    answer(phone, 1000, "live");
+    answer(phone, 1001, "mail");
+    ASSERT_EQ(4u, seen.size());
+    EXPECT_EQ(phone.images[0], seen[1]);
+    EXPECT_EQ(phone.images[1], seen[2]);
+    EXPECT_EQ(2u, phone.sent.size());
+}
+
 TEST(Preview, IsForgottenBeforeTheApplicationIsTold) {
     Phone phone;
     phone.whenTold = [&](const std::string&) {
@@ -321,6 +338,16 @@ TEST(Preview, IsGoneWhenTheCacheIsCleared) {
     EXPECT_EQ(120u, phone.previewCache->capacity());
     EXPECT_EQ(nullptr, phone.downloadMailPreviewImage(7, 1, 2, true));
     EXPECT_EQ(1u, phone.sent.size());
+}
+
+TEST(Preview, StaysOnItsWayWhenTheCacheIsCleared) {
+    Phone phone;
+    phone.downloadMailPreviewImage(7, 1, 2, true);
+    phone.clearPreviewCache();
+    EXPECT_EQ(nullptr, phone.downloadMailPreviewImage(7, 1, 2, true));
+    EXPECT_EQ(1u, phone.sent.size());
+    answer(phone, 1000, "picture");
+    EXPECT_THAT(phone.told, ElementsAre("mailPreviewReady(7, picture)"));
 }
 
 TEST(Preview, IsNeverWrittenToADirectory) {
