@@ -3,6 +3,7 @@
 
 #include "core/detail/CNumbers.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <ostream>
@@ -13,8 +14,9 @@ namespace json {
 
 namespace {
 
-constexpr std::size_t kSpareBytes = 32; // let a position push and pop keys with few reallocations
-constexpr std::size_t kIndexBytes = 17; // what the text of an index is given room for
+constexpr std::size_t kSpareBytes = 32;  // let a position push and pop keys with few reallocations
+constexpr std::size_t kLongBytes = 4096; // a path that a peer has made that long grows by halves
+constexpr std::size_t kIndexBytes = 17;  // what the text of an index is given room for
 
 bool is_separator(char c) { return c == '.' || c == '[' || c == ']' || c == '\0'; }
 
@@ -76,10 +78,12 @@ void Path::split(std::size_t length) {
 
 void Path::reserve(std::size_t bytes) {
     if (bytes <= capacity) return;
-    std::unique_ptr<char[]> larger(new char[bytes + kSpareBytes]());
+    std::size_t room = bytes + kSpareBytes;
+    if (capacity >= kLongBytes) room = std::max(room, capacity + capacity / 2);
+    std::unique_ptr<char[]> larger(new char[room]());
     if (buffer) std::memcpy(larger.get(), buffer.get(), capacity);
     buffer = std::move(larger);
-    capacity = bytes + kSpareBytes;
+    capacity = room;
 }
 
 // ----- Segments ----------------------------------------------------------------------------------

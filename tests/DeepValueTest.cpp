@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "schema/Schema.h"
 #include "support/BoundValue.h"
+#include "support/Sanitized.h"
 #include "support/ValueProbe.h"
 #include "json/Variant.h"
 
@@ -12,21 +13,9 @@ namespace {
 
 using json::Variant;
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define GATECAST_TESTS_ARE_SANITIZED
-#endif
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define GATECAST_TESTS_ARE_SANITIZED
-#endif
-
-#ifdef GATECAST_TESTS_ARE_SANITIZED
-const std::size_t levels = 100000; // slower by ten, and with larger frames: as telling
-const std::size_t fewer = 30000;
-#else
-const std::size_t levels = 1000000;
-const std::size_t fewer = 100000; // still more than a stack takes
-#endif
+// Slower by ten under a sanitizer: as telling.
+const std::size_t levels = test::kSanitized ? 100000 : 1000000;
+const std::size_t fewer = test::kSanitized ? 30000 : 100000; // still more than a stack takes
 
 /// What a level of a deep tree is.
 enum class Shape { Lists, Objects, Mixed };

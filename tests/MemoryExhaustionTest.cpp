@@ -253,6 +253,38 @@ TEST_F(MemoryExhaustion, LeavesASchemaThatGivesItsDefaults) {
                   [&](Restored&) { EXPECT_EQ(expected, sorted_text(schema->autoValue())); }));
 }
 
+std::string repeated(const std::string& text, std::size_t count) {
+    std::string all;
+    for (std::size_t i = 0; i < count; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+TEST_F(MemoryExhaustion, IsFarOffForAnyTextOfSomeMegabytes) {
+    constexpr std::size_t kCount = 200000;
+    const struct {
+        std::string text;
+        double bytesPerByte;
+    } rows[] = {{repeated("[", kCount) + repeated("]", kCount), 160 / 2.0},
+                {repeated("{\"a\":", kCount) + "1" + repeated("}", kCount), 100 * 5 / 6.0},
+                {"[" + repeated("[],", kCount) + "1]", 45},
+                {"[" + repeated("1,", kCount) + "1]", 40},
+                {"\"" + repeated("a", kCount) + "\"", 1.2}};
+    for (const auto& row : rows) {
+        const std::size_t before = test::bytes_held;
+        const Variant value =
+            JsonParser::parseTree(row.text.data(), static_cast<int>(row.text.size()));
+        const std::size_t held = test::bytes_held - before;
+        EXPECT_LT(static_cast<double>(held),
+                  row.bytesPerByte * static_cast<double>(row.text.size()))
+            << row.text.substr(0, 10);
+        RecordProperty(
+            "bytes_per_byte_of_" + std::to_string(&row - rows),
+            std::to_string(static_cast<double>(held) / static_cast<double>(row.text.size())));
+    }
+}
+
 const char* const kMethods = R"({"result":[
     {"method":"exhaust_pan","params":[{"type":"integer","min":-5,"max":5}],
      "result":{"type":"boolean"},"description":"moves"}],"id":1})";

@@ -1,4 +1,5 @@
 gatecast_add_tests(json_tests
+    DeepTextTest.cpp
     DeepValueTest.cpp
     JsonParserTest.cpp
     JsonPrinterTest.cpp

@@ -29,12 +29,14 @@ public:
     static void* allocate(void* context, std::size_t size) {
         return static_cast<TrackedMemory*>(context)->allocate(size);
     }
+    /// Doubles the room at least: the tokenizer asks for a few bytes more with each level of depth.
     static void* reallocate(void* context, void* block, std::size_t size) {
         auto* self = static_cast<TrackedMemory*>(context);
-        void* moved = self->allocate(size);
-        if (block == nullptr) return moved;
-        const std::size_t kept = header_of(block)->size;
-        std::memcpy(moved, block, kept < size ? kept : size);
+        if (block == nullptr) return self->allocate(size);
+        const std::size_t room = header_of(block)->room;
+        if (size <= room) return block;
+        void* moved = self->allocate(size / 2 < room ? 2 * room : size);
+        std::memcpy(moved, block, room);
         self->free(block);
         return moved;
     }
@@ -47,7 +49,7 @@ private:
     struct alignas(std::max_align_t) Header {
         Header* previous;
         Header* next;
-        std::size_t size;
+        std::size_t room; // in bytes
     };
 
     static Header* header_of(void* block) noexcept { return static_cast<Header*>(block) - 1; }
@@ -57,7 +59,7 @@ private:
         auto* header = static_cast<Header*>(::operator new(sizeof(Header) + size));
         header->previous = nullptr;
         header->next = first_;
-        header->size = size;
+        header->room = size;
         if (first_ != nullptr) first_->previous = header;
         first_ = header;
         return header + 1;

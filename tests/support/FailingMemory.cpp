@@ -7,22 +7,32 @@ namespace test {
 
 std::size_t allocations_left = kUnlimited;
 std::ptrdiff_t allocations_held = 0;
+std::size_t bytes_held = 0;
 
 namespace {
+
+/// Stands in front of each block.
+struct alignas(std::max_align_t) Header {
+    std::size_t size;
+};
 
 void* allocate(std::size_t size) {
     if (allocations_left == 0) throw std::bad_alloc();
     if (allocations_left != kUnlimited) --allocations_left;
-    void* memory = std::malloc(size);
-    if (memory == nullptr) throw std::bad_alloc();
+    auto* header = static_cast<Header*>(std::malloc(sizeof(Header) + size));
+    if (header == nullptr) throw std::bad_alloc();
+    header->size = size;
     ++allocations_held;
-    return memory;
+    bytes_held += size;
+    return header + 1;
 }
 
 void release(void* memory) noexcept {
     if (memory == nullptr) return;
+    Header* header = static_cast<Header*>(memory) - 1;
     --allocations_held;
-    std::free(memory);
+    bytes_held -= header->size;
+    std::free(header);
 }
 
 } // namespace

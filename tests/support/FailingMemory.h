@@ -13,6 +13,8 @@ constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
 extern std::size_t allocations_left;
 /// Blocks that were allocated and not freed.
 extern std::ptrdiff_t allocations_held;
+/// What was asked for with them.
+extern std::size_t bytes_held;
 
 /// While it lives, `new` works so many times and then throws.
 struct AllocationLimit {
