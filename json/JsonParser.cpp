@@ -426,6 +426,8 @@ void JsonParser::reset() {
     error_ = Variant();
 }
 
+std::size_t JsonParser::slotCount() const noexcept { return stack_->slots.size(); }
+
 const qx::IntrusiveString& JsonParser::lastError() const { return error_.stringValue(); }
 
 // ----- Listeners ---------------------------------------------------------------------------------

@@ -96,6 +96,7 @@ const Request& Conversation::call(const qx::IntrusiveString& method, const Varia
     PendingRequest& pending = pendingRequests[id];
     pending.keepAfterResponse = keepAfterResponse;
     pending.request.setup(method, params, id);
+    if (pendingLimit_ != 0) forgetBeyondLimit(id);
 
     // Listeners and the transport may overwrite or erase the entry.
     const Request request = pending.request;
@@ -169,6 +170,18 @@ void Conversation::sendRequest(const Request& request) {
     }
 }
 
+void Conversation::forgetBeyondLimit(std::int64_t newest) {
+    std::size_t count = 0;
+    auto oldest = pendingRequests.end();
+    for (auto entry = pendingRequests.begin(); entry != pendingRequests.end(); ++entry) {
+        if (entry->second.keepAfterResponse) continue;
+        ++count;
+        if (entry->first == newest) continue;
+        if (oldest == pendingRequests.end() || entry->first < oldest->first) oldest = entry;
+    }
+    if (count > pendingLimit_ && oldest != pendingRequests.end()) pendingRequests.erase(oldest);
+}
+
 const Request& Conversation::storedOr(std::int64_t id, const Request& sent) {
     const auto entry = pendingRequests.find(id);
     if (entry != pendingRequests.end()) return entry->second.request;
@@ -209,6 +222,17 @@ void Conversation::unregisterListener(IResponseListener* listener) {
 
 void Conversation::unregisterListener(boost::shared_ptr<IResponseListener> listener) {
     qx::detail::close_gap(sharedResponseListeners, listener);
+}
+
+void Conversation::setLimits(const Limits& limits) {
+    const qx::MutexLocker lock(mutex(), true);
+    jsonParser.setLimits(limits.text);
+    pendingLimit_ = limits.pendingRequests;
+}
+
+std::size_t Conversation::pendingRequestCount() const {
+    const qx::MutexLocker lock(mutex(), true);
+    return pendingRequests.size();
 }
 
 const qx::Url& Conversation::methodSchemaUrl() {

@@ -67,6 +67,12 @@ public:
     static constexpr std::int64_t ListMethodsRefId = 1; ///< the id of "list_methods"
     /// @}
 
+    /// What a peer may make this object keep at most; 0 sets no limit. See `setLimits`.
+    struct Limits {
+        JsonParser::Limits text;         ///< of each text that is fed
+        std::size_t pendingRequests = 0; ///< of the table, subscriptions not counted
+    };
+
     /// @param wholeDocuments  true: one call of `sendJsonText` per request, with its whole text;
     ///     false: the text reaches `sendJsonText` in pieces as it is generated.
     /// The object is its own first listener: each response reaches its own `handleResponse`
@@ -157,6 +163,15 @@ public:
     void unregisterListener(boost::shared_ptr<IResponseListener> listener);
     /// @}
 
+    // ----- Limits ----------------------------------------------------------------------------
+
+    /// Sets limits for a peer that isn't trusted; a new conversation has none. A text beyond one
+    /// doesn't parse. Where a call would make the table too long, the request with the lowest id
+    /// that isn't to be kept is forgotten: its response arrives like a second one.
+    void setLimits(const Limits& limits);
+    /// How many requests are pending, subscriptions included. Locked inside.
+    std::size_t pendingRequestCount() const;
+
     /// The schema of one entry of the answer to "list_methods": base/rpc/method.json
     static const qx::Url& methodSchemaUrl();
 
@@ -231,10 +246,12 @@ private:
     class PiecesScope;
 
     void sendRequest(const Request& request);
+    void forgetBeyondLimit(std::int64_t newest);
     void importMethods(const List& entries);
     const Request& storedOr(std::int64_t id, const Request& sent);
 
     const bool wholeDocuments_;
+    std::size_t pendingLimit_ = 0;
     bool inPieces_ = false;        // a request is on its way in pieces
     std::deque<Request> waiting_;  // what is to follow it
     Request answered_;             // the result of a call whose entry is gone already

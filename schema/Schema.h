@@ -259,6 +259,8 @@ public:
     static bool import(const Variant& value);
     /// The same from JSON text, read to the end of the stream.
     static bool import(std::istream* stream);
+    /// How many URLs are registered; they stay to the end of the process.
+    static std::size_t registeredCount();
     /// `http://schemas.gatecast.example`: the system's own schema URLs are joined under it.
     static const qx::Url& applicationSchemaBaseUrl();
     /// What "$schema" says, else `http://json-schema.org/draft-03/schema#`.

@@ -114,6 +114,12 @@ bool Schema::import(std::istream* stream) {
     return import(parser.parseComplete());
 }
 
+std::size_t Schema::registeredCount() {
+    const SchemaMap& schemas = const_global_schemas();
+    const RegistryLock lock(registry_mutex());
+    return schemas.size();
+}
+
 const qx::Url& Schema::applicationSchemaBaseUrl() {
     static const qx::detail::NeverDestroyed<qx::Url> url("http://schemas.gatecast.example");
     return *url;

@@ -1255,6 +1255,56 @@ TEST_F(ConversationExceptions, ReleaseTheLock) {
     EXPECT_EQ(R"({"id":1002,"method":"m","params":[2]})", conversation.sentText(3));
 }
 
+// ----- Limits ------------------------------------------------------------------------------------
+
+TEST(ConversationLimits, AreOffAtFirst) {
+    RecordingConversation conversation;
+    for (int i = 0; i < 1000; ++i) {
+        conversation.call("m", i);
+    }
+    EXPECT_EQ(1000u, conversation.pendingRequestCount());
+}
+
+TEST(ConversationLimits, ForgetTheRequestWithTheLowestIdThatIsNotKept) {
+    RecordingConversation conversation;
+    conversation.setLimits({{}, 2});
+    conversation.subscribe("m", 1, 5);
+    conversation.call("m", 1); // 1001
+    conversation.call("m", 2, 10);
+    conversation.call("m", 3); // 1003: 10 is forgotten
+    EXPECT_TRUE(conversation.isPending(5));
+    EXPECT_FALSE(conversation.isPending(10));
+    EXPECT_TRUE(conversation.isPending(1001));
+    EXPECT_TRUE(conversation.isPending(1003));
+    EXPECT_EQ(4u, conversation.sent.size());
+    conversation.call("m", 4, 7); // the newest stays, whatever its id
+    EXPECT_TRUE(conversation.isPending(7));
+    EXPECT_FALSE(conversation.isPending(1001));
+    CountingListener listener;
+    conversation.registerListener(&listener);
+    conversation.receive(R"({"id":1001,"result":1})");
+    ASSERT_EQ(1u, listener.responses.size());
+    EXPECT_TRUE(listener.responses[0].request.isNull());
+    EXPECT_EQ(3u, conversation.pendingRequestCount());
+}
+
+TEST(ConversationLimits, DropATextThatIsTooLongTooDeepOrTooNew) {
+    RecordingConversation conversation;
+    json::Conversation::Limits limits;
+    limits.text.bytes = 60;
+    limits.text.depth = 2;
+    limits.text.newKeys = 1;
+    conversation.setLimits(limits);
+    CountingListener listener;
+    conversation.registerListener(&listener);
+    conversation.receive(R"({"id":1,"result":")" + std::string(60, 'a') + "\"}");
+    conversation.receive(R"({"id":1,"result":[[]]})");
+    conversation.receive(R"({"id":1,"result":{"limit a":1,"limit b":2}})");
+    EXPECT_EQ(0u, listener.responses.size());
+    conversation.receive(R"({"id":1,"result":{"limit a":1,"limit c":2}})");
+    EXPECT_EQ(1u, listener.responses.size());
+}
+
 // ----- Threads -----------------------------------------------------------------------------------
 
 // The transport and the listener below are plain vectors: only the conversation's lock keeps two
@@ -1264,9 +1314,6 @@ TEST(ConversationThreads, CallAndFeedAreSerial) {
     RecordingConversation conversation;
     CountingListener listener;
     conversation.registerListener(&listener);
-    conversation.call("warm", 1, 5); // the keys that all three threads use
-    conversation.receive(R"({"id":5,"result":1})");
-
     const auto calls = [&] {
         for (int i = 0; i < kCallsEach; ++i)
             conversation.call("m", i);
@@ -1274,18 +1321,18 @@ TEST(ConversationThreads, CallAndFeedAreSerial) {
     std::thread first(calls);
     std::thread second(calls);
     for (int i = 0; i < 2 * kCallsEach; ++i) {
-        conversation.receive("{\"id\":" + std::to_string(1001 + i) + ",\"result\":1}");
+        conversation.receive("{\"id\":" + std::to_string(1000 + i) + ",\"result\":1}");
     }
     first.join();
     second.join();
 
-    EXPECT_EQ(1u + 2 * kCallsEach, listener.responses.size());
+    EXPECT_EQ(2u * kCallsEach, listener.responses.size());
     std::set<std::int64_t> ids;
     for (const std::string& text : conversation.sent) {
         ids.insert(Request(json::JsonParser::parseTree(text)).referenceId());
     }
-    EXPECT_EQ(1u + 2 * kCallsEach, ids.size()) << "each call has an id of its own";
-    EXPECT_EQ(1000 + 2 * kCallsEach, conversation.lastId);
+    EXPECT_EQ(2u * kCallsEach, ids.size()) << "each call has an id of its own";
+    EXPECT_EQ(999 + 2 * kCallsEach, conversation.lastId);
 }
 
 // ----- The whole way -----------------------------------------------------------------------------

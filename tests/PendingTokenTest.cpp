@@ -353,6 +353,15 @@ TEST(ParserLimits, ATextWithTooManyKeysThatAreNewIsAFault) {
     EXPECT_EQ(1u, parser.parseComplete().size());
 }
 
+TEST(ParserLimits, PlacesThatADeepTextNeededAreCounted) {
+    JsonParser parser;
+    EXPECT_EQ(40u, parser.slotCount());
+    parser.parse(std::string(100, '[').c_str());
+    EXPECT_EQ(100u, parser.slotCount());
+    parser.reset();
+    EXPECT_EQ(100u, parser.slotCount());
+}
+
 TEST(ParserLimits, GoWithACopy) {
     const Limited source(5, 6, 7);
     const JsonParser copy(source);

@@ -328,3 +328,13 @@ TEST(SchemaRegistry, TheUrlOfAnArgumentIsTheSameByBothRoads) {
         EXPECT_EQ(text_of(base / tag), text_of(qx::Url(tag) % base)) << tag;
     }
 }
+
+TEST(SchemaRegistry, CountsWhatItHolds) {
+    ASSERT_TRUE(import_text(R"({"id":"http://registry.test/counted"})"));
+    const std::size_t count = Schema::registeredCount();
+    ASSERT_TRUE(import_text(R"({"id":"http://registry.test/counted"})"));
+    EXPECT_EQ(count, Schema::registeredCount());
+    ASSERT_TRUE(import_text(
+        R"({"id":"http://registry.test/counted2","items":[{"id":"#a"},{"id":"#b"}]})"));
+    EXPECT_EQ(count + 3, Schema::registeredCount());
+}
