@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "console/Console.h"
 
+#include "shared/Jpeg.h"
 #include "station/Station.h"
+#include "support/PictureWords.h"
 #include "json/JsonParser.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +11,7 @@
 #include <deque>
 #include <fstream>
 #include <iostream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -33,26 +36,35 @@ Settings of_version(int versionMajor) {
     return settings;
 }
 
-/// A console whose requests gather in a queue.
+/// A console whose requests gather in a queue, and its files in a map.
 struct AloneConsole {
     explicit AloneConsole(const Console::Settings& settings = Console::Settings())
         : console([this](const std::string& text) { sent.push_back(text); }, out, errors,
-                  settings) {}
+                  with_files(settings)) {}
 
+    Console::Settings with_files(Console::Settings settings) {
+        settings.save = [this](const std::string& name, const std::string& bytes) {
+            if (saveFault.empty()) files[name] = bytes;
+            return saveFault;
+        };
+        return settings;
+    }
     /// What was printed since the last time.
     std::string printed() {
         std::string text = out.str();
         out.str(std::string());
         return text;
     }
-    void receive(const std::string& frame) {
-        // A second catalogue in one process replaces the schemas of the first, and warns of each.
-        std::streambuf* const kept = std::cerr.rdbuf(nullptr);
-        console.receive(frame);
-        std::cerr.rdbuf(kept);
+    std::string failed() {
+        std::string text = errors.str();
+        errors.str(std::string());
+        return text;
     }
+    void receive(const std::string& frame) { console.receive(frame); }
 
     std::deque<std::string> sent;
+    std::map<std::string, std::string> files;
+    std::string saveFault; // what keeps files from being written
     std::ostringstream out;
     std::ostringstream errors;
     Console console;
@@ -94,6 +106,12 @@ struct ConsoleAtStation : AloneConsole {
     bool doorFallsShut = false;
 };
 
+/// The id of the request that waits to be carried to the station.
+std::string id_of(const std::string& request) {
+    const json::Variant parsed = json::JsonParser::parseTree(request);
+    return parsed["id"].charsValue();
+}
+
 std::string content_of(const std::string& name) {
     std::ifstream file(GATECAST_EXAMPLES_DIR "/" + name);
     EXPECT_TRUE(file) << name;
@@ -116,6 +134,18 @@ TEST(Console, TurnsTheDemoScriptIntoTheDemoTranscript) {
     EXPECT_EQ("", at.errors.str());
     EXPECT_TRUE(at.console.finished());
     EXPECT_EQ(0, at.console.exitStatus());
+    const std::map<std::string, std::string> titles = {
+        {"live.jpg", "live view, 2026-03-04 09:30:00"},
+        {"message-101.jpg", "message 101, 2026-03-02 10:15:04"},
+        {"message-202.jpg", "message 202, 2026-03-04 09:30:00"}};
+    ASSERT_EQ(titles.size(), at.files.size());
+    for (const auto& [name, bytes] : at.files) {
+        const shared::JpegContent content = shared::readJpeg(bytes);
+        ASSERT_TRUE(content.picture) << name << ": " << content.fault;
+        EXPECT_EQ(320, content.picture->width()) << name;
+        EXPECT_EQ(240, content.picture->height()) << name;
+        EXPECT_EQ(titles.at(name), content.comment);
+    }
 }
 
 // ----- Greeting and registration -------------------------------------------------------------
@@ -198,18 +228,23 @@ TEST(Console, PrintsWhatEachCommandBringsAbout) {
         {"pause", "pause: paused true\n"},
         {"play", "play: mode wide\n"},
         {"play 1 2.5", "play: end 2.5, mode wide, start 1.0\n"},
-        {"mailbox 2", "mail box, batch 1: 1 message\nmessage 201: unknown, 3.1 s, new\n"},
-        {"seen 201", "message_delete: true\n"},
-        {"mailbox 2", "mail box, batch 1: 1 message\nmessage 201: unknown, 3.1 s, seen\n"},
-        {"seen 201 no", "message_delete: true\n"},
         {"mailbox 3", "mail box, batch 1: 0 messages\n"},
         {"mailbox 9", "mail box, batch 1: 0 messages\n"
                       "device error 23: there is no such mail box\n"},
-        {"preview 201", "preview of record 9201: 157 bytes\n"},
-        {"preview", "preview of the live view: 154 bytes\n"},
+        {"mailbox 2", "mail box, batch 1: 1 message\n"
+                      "message 201: 2026-03-03 12:00:00, unknown, 3.1 s, new\n"},
+        {"seen 201", "message_delete: true\n"},
+        {"mailbox 2", "mail box, batch 1: 1 message\n"
+                      "message 201: 2026-03-03 12:00:00, unknown, 3.1 s, seen\n"},
+        {"seen 201 no", "message_delete: true\n"},
+        {"preview 201 pictures/a b.jpg", "saved: pictures/a b.jpg\n"},
+        {"snapshot live.jpg", "saved: live.jpg\n"},
         {"live", "live: fps 25, mode wide, size [640,480]\n"},
+        {"queue 201", "play: endfilter message 201, message 201, mode wide\n"},
+        {"queue 201", "queued: \"pause\" goes on to it\n"},
         {"play 201", "play: endfilter message 201, message 201, mode wide\n"},
-        {"play 201", "queued: \"pause\" goes on to it\n"},
+        {"pause", "pause: paused true\nplay: endfilter message 201, message 201, mode wide\n"},
+        {"pause", "pause: paused true\n"},
         {"delete 201", "message_delete: true\n"},
         {"call display_mode [\"split\"]", "display_mode: split\n"},
         {"call quit", "quit: nothing\n"},
@@ -221,13 +256,65 @@ TEST(Console, PrintsWhatEachCommandBringsAbout) {
     EXPECT_EQ("", at.errors.str());
 }
 
-TEST(Console, TakesAnImageThatItHasFromItsCache) {
+TEST(Console, SavesThePictureOfTheMessageThatWasAskedFor) {
     ConsoleAtStation at;
     at.obey("mailbox");
-    const std::string first = at.obey("preview 101");
+    at.obey("preview 103 a.jpg");
+    const shared::JpegContent content = shared::readJpeg(at.files["a.jpg"]);
+    ASSERT_TRUE(content.picture) << content.fault;
+    EXPECT_TRUE(test::shows(*content.picture, 4, 3, 2, "MESSAGE 103 (FRONT)"));
+}
+
+TEST(Console, TakesAPictureThatItHasFromItsCache) {
+    ConsoleAtStation at;
+    at.obey("mailbox");
+    at.obey("preview 101 first.jpg");
     at.station.disconnect(at.session);
-    EXPECT_EQ(first, at.obey("preview 101"));
-    EXPECT_EQ("preview of record 9101: 157 bytes\n", first);
+    EXPECT_EQ("saved: second.jpg\n", at.obey("preview 101 second.jpg"));
+    EXPECT_EQ(at.files["first.jpg"], at.files["second.jpg"]);
+    EXPECT_FALSE(at.console.waiting());
+}
+
+TEST(Console, TakesASnapshotAfreshEachTime) {
+    ConsoleAtStation at;
+    at.obey("snapshot first.jpg");
+    at.obey("light");
+    at.obey("snapshot second.jpg");
+    ASSERT_EQ(2u, at.files.size());
+    EXPECT_NE(at.files["first.jpg"], at.files["second.jpg"]);
+}
+
+TEST(Console, PlaysTheQueueInItsOrder) {
+    ConsoleAtStation at;
+    at.obey("mailbox");
+    EXPECT_EQ("queued: \"pause\" goes on to it\n", at.obey("play 104"))
+        << "the device isn't ready while nothing is shown";
+    EXPECT_EQ("queued: \"pause\" goes on to it\n", at.obey("queue 102"));
+    EXPECT_EQ("pause: paused false\n"
+              "play: endfilter message 104, message 104, mode standard\n",
+              at.obey("pause"));
+    EXPECT_EQ("pause: paused true\n"
+              "play: endfilter message 102, message 102, mode standard\n",
+              at.obey("pause"));
+    EXPECT_EQ("pause: paused true\n", at.obey("pause"));
+}
+
+TEST(Console, HearsOfAMessageThatWasDeletedWhileItPlayed) {
+    ConsoleAtStation at;
+    at.obey("mailbox");
+    at.obey("live");
+    at.obey("play 101");
+    EXPECT_EQ("message_delete: true\n", at.obey("delete 101"));
+    EXPECT_EQ("pause: paused false\n", at.obey("pause"));
+}
+
+TEST(Console, KnowsTheMessagesOfTheLastListOnly) {
+    ConsoleAtStation at;
+    at.obey("mailbox 1");
+    at.obey("mailbox 2");
+    at.obey("play 101");
+    EXPECT_EQ("error: there is no message \"101\" in the list; \"mailbox\" reads it\n",
+              at.failed());
 }
 
 TEST(Console, PrintsEventsThatOthersCause) {
@@ -317,9 +404,10 @@ TEST(Console, ListsItsCommandsAsTheGuideDoes) {
     const std::string help = at.obey("help");
     EXPECT_NE(std::string::npos, content_of("../docs/examples.md").find("\n" + help)) << help;
     for (const char* command :
-         {"door",    "light",  "ring",    "ack",   "click",    "pan",     "center", "zoom",
-          "mode",    "live",   "play",    "pause", "register", "mailbox", "seen",   "delete",
-          "preview", "status", "methods", "call",  "wait",     "help",    "quit"}) {
+         {"door",    "light", "ring",   "ack",     "click",    "pan",    "center",
+          "zoom",    "mode",  "live",   "play",    "queue",    "pause",  "register",
+          "mailbox", "seen",  "delete", "preview", "snapshot", "status", "methods",
+          "call",    "wait",  "help",   "quit"}) {
         EXPECT_NE(std::string::npos, help.find("    " + std::string(command) + " ")) << command;
     }
 }
@@ -412,11 +500,12 @@ TEST(Console, SaysHowACommandIsUsed) {
         {"click a 2", "error: usage: click X Y [zoom]\n"},
         {"zoom +-3", "error: usage: zoom N\n"},
         {"zoom", "error: usage: zoom N\n"},
-        {"play 1 end", "error: usage: play [SEQUENCE | START END]\n"},
-        {"play 5", "error: usage: play [SEQUENCE | START END]\n"},
-        {"seen 5", "error: usage: seen SEQUENCE [no]\n"},
-        {"delete five", "error: usage: delete SEQUENCE\n"},
-        {"preview 5", "error: usage: preview [SEQUENCE]\n"},
+        {"play 1 end", "error: usage: play [N | START END]\n"},
+        {"queue", "error: usage: queue N\n"},
+        {"seen 5 yes", "error: usage: seen N [no]\n"},
+        {"delete", "error: usage: delete N\n"},
+        {"preview 5", "error: usage: preview N FILE\n"},
+        {"snapshot", "error: usage: snapshot FILE\n"},
         {"mailbox first", "error: usage: mailbox [ID]\n"},
         {"register 5", "error: usage: register ID NAME\n"},
         {"call", "error: usage: call METHOD [LIST]\n"},
@@ -431,6 +520,97 @@ TEST(Console, SaysHowACommandIsUsed) {
         EXPECT_EQ(expected, at.errors.str()) << line;
     }
     EXPECT_EQ(1, at.console.exitStatus());
+}
+
+TEST(Console, SaysThatAMessageIsNotInTheList) {
+    ConsoleAtStation at;
+    at.obey("mailbox");
+    for (const char* command : {"play 5", "queue 5", "seen 5", "delete 5", "preview 5 a.jpg"}) {
+        EXPECT_EQ("", at.obey(command));
+        EXPECT_EQ("error: there is no message \"5\" in the list; \"mailbox\" reads it\n",
+                  at.failed())
+            << command;
+    }
+    for (const char* number : {"-1", "five", "4294967397", "101x", "1e2"}) {
+        at.obey(std::string("seen ") + number);
+        EXPECT_EQ("error: there is no message \"" + std::string(number) +
+                      "\" in the list; \"mailbox\" reads it\n",
+                  at.failed());
+    }
+    EXPECT_EQ(1, at.console.exitStatus());
+    EXPECT_TRUE(at.files.empty());
+}
+
+TEST(Console, SaysWhyAPictureCannotBeSaved) {
+    ConsoleAtStation at;
+    at.saveFault = "No space left on device";
+    EXPECT_EQ("", at.obey("snapshot \x1B[2J.jpg"));
+    EXPECT_EQ("error: can't write ?[2J.jpg: No space left on device\n", at.failed());
+    EXPECT_EQ(1, at.console.exitStatus());
+    at.saveFault.clear();
+    EXPECT_EQ("saved: a.jpg\n", at.obey("snapshot a.jpg"));
+}
+
+TEST(Console, SaysThatNoPictureCame) {
+    ConsoleAtStation at;
+    at.obey("mailbox");
+    const station::SessionId other = at.station.connect();
+    at.station.receive(other, R"({"method": "message_delete", "params": [101, 0]})");
+    EXPECT_EQ("device error 23: there is no such message\n", at.obey("preview 101 a.jpg"));
+    EXPECT_EQ("error: preview 101 a.jpg: no picture came\n", at.failed());
+    EXPECT_TRUE(at.files.empty());
+    EXPECT_FALSE(at.console.waiting());
+}
+
+TEST(Console, SaysThatAPictureIsStillOwedByTheDevice) {
+    ConsoleAtStation at;
+    at.console.enter("snapshot a.jpg");
+    const std::string request = at.sent.front();
+    at.sent.clear();
+    at.console.deadlinePassed();
+    EXPECT_EQ("error: snapshot a.jpg: the device didn't answer in time\n", at.failed());
+    at.obey("snapshot b.jpg");
+    EXPECT_EQ("error: snapshot b.jpg: no picture came\n", at.failed());
+    at.printed();
+    at.deliver({{at.session, R"({"result": 1, "id": )" + id_of(request) + "}" +
+                                 std::string("\0\xFF\xD8late", 7)}});
+    EXPECT_EQ("a picture of 6 bytes came unasked\n", at.printed());
+    EXPECT_TRUE(at.files.empty());
+    EXPECT_EQ("saved: c.jpg\n", at.obey("snapshot c.jpg"));
+}
+
+TEST(Console, RefusesAPictureThatIsNone) {
+    for (const std::string& bytes : {std::string("GIF89a"), std::string("\xFF"),
+                                     std::string("\xFF\xD9"), std::string("a\xFFz")}) {
+        ConsoleAtStation at;
+        at.console.enter("snapshot a.jpg");
+        at.deliver({{at.session, R"({"result": 1, "id": )" + id_of(at.sent.front()) + "}" +
+                                     std::string(1, '\0') + bytes}});
+        EXPECT_EQ("error: snapshot a.jpg: what came is no JPEG picture\n", at.failed());
+        EXPECT_TRUE(at.files.empty());
+    }
+}
+
+TEST(Console, RefusesWhatNeedsADeviceBeforeItIsConnected) {
+    AloneConsole alone;
+    for (const char* command : {"door", "mailbox", "snapshot a.jpg", "wait"}) {
+        alone.console.enter(command);
+        EXPECT_EQ("error: " + std::string(command) + ": there is no connection\n", alone.failed());
+    }
+    alone.console.enter("help");
+    EXPECT_EQ("", alone.failed());
+    alone.console.enter("quit");
+    EXPECT_TRUE(alone.sent.empty());
+    EXPECT_TRUE(alone.console.finished());
+}
+
+TEST(Console, RefusesLinesAfterTheConnectionIsLost) {
+    ConsoleAtStation at;
+    at.console.connectionLost("end of file");
+    at.failed();
+    at.obey("snapshot a.jpg");
+    EXPECT_EQ("error: snapshot a.jpg: there is no connection\n", at.failed());
+    EXPECT_TRUE(at.sent.empty());
 }
 
 TEST(Console, ShowsErrorsOfTheDeviceAndGoesOn) {
@@ -488,6 +668,37 @@ TEST(Console, KeepsTextsOfTheDeviceFromSteeringTheTerminal) {
     AloneConsole alone;
     alone.receive(R"({"result": ["\u001b[2J\u0007\u007f\u009b\n\u00e9"], "id": 101})");
     EXPECT_EQ("door: ?[2J????\xC3\xA9\n", alone.printed());
+}
+
+TEST(Console, KeepsTheLibraryFromPrintingWhatADeviceSaysOfItsMethods) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    AloneConsole alone;
+    alone.console.connected();
+    const char* const catalogue =
+        R"({"result": [{"method": "\u001b[2J", "description": "\u009b", "params": [5]}], "id": 1})";
+    alone.receive(catalogue);
+    alone.receive(catalogue); // is warned of, since the schemas are there already
+    std::cerr << "still open\n";
+    EXPECT_EQ("", testing::internal::GetCapturedStdout());
+    EXPECT_EQ("still open\n", testing::internal::GetCapturedStderr());
+}
+
+TEST(Console, KeepsMessagesOfTheDeviceFromSteeringTheTerminal) {
+    AloneConsole alone;
+    alone.receive(R"({"result": [{"appl_sequence_no": 7, "name_sender": "\u001b[2J\n",)"
+                  R"( "timestamp": 1e300, "length_ds": "\u0007"}], "id": 104})");
+    EXPECT_EQ("mail box, batch 1: 1 message\n"
+              "message 7: no time, ?[2J?, 0 s, new\n",
+              alone.printed());
+}
+
+TEST(Console, DoesNotTakeARecordIdBelowZeroForTheLiveView) {
+    ConsoleAtStation at;
+    at.receive(R"({"result": [{"appl_sequence_no": 7, "rid": -1}], "id": 104})");
+    at.printed();
+    EXPECT_EQ("device error 23: there is no such message\n", at.obey("preview 7 a.jpg"));
+    EXPECT_TRUE(at.files.empty());
 }
 
 TEST(Console, ReadsHostileFramesWithoutHarm) {

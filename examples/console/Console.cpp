@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "console/Console.h"
 
+#include "shared/PlainText.h"
+#include "shared/UtcTime.h"
 #include "json/JsonParser.h"
 
 #include <algorithm>
@@ -16,24 +18,14 @@ namespace console {
 namespace {
 
 constexpr long long kSubscribeView = 105; // behind the ids that the device client uses itself
-constexpr int kPreviewWidth = 160;
-constexpr int kPreviewHeight = 120;
-constexpr std::size_t kAnyNumber = 1000; // of words
+constexpr int kPictureWidth = 320;
+constexpr int kPictureHeight = 240;
+constexpr std::int64_t kLiveView = -1;        // where messages are told apart by record id
+constexpr std::size_t kMostMessages = 10'000; // of one list
+constexpr std::size_t kAnyNumber = 1000;      // of words
 
 /// A device's text as one line that can't steer the terminal.
-std::string plain(const std::string& text) {
-    std::string line;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        // A control character in UTF-8: 00-1F, 7F, or C2 followed by 80-9F.
-        if (!line.empty() && line.back() == '\xC2' && byte >= 0x80 && byte < 0xA0) {
-            line.back() = '?';
-        } else {
-            line += byte < 0x20 || byte == 0x7F ? '?' : c;
-        }
-    }
-    return line;
-}
+std::string plain(const std::string& text) { return shared::plainText(text); }
 
 std::string json_text(const json::Variant& value) {
     qx::IntrusiveString text;
@@ -75,17 +67,21 @@ std::optional<Number> number(const std::string& word) {
     return value;
 }
 
-/// Keeps `std::cout` silent while it lives: the library prints there what it learns of methods, and
-/// this console prints that when it is asked.
+/// Keeps standard and error output silent while it lives: the library prints there what it learns
+/// of methods, in the device's own words. This console prints that when it is asked, made plain.
 class SilentOutput {
 public:
-    SilentOutput() : kept_(std::cout.rdbuf(nullptr)) {}
-    ~SilentOutput() { std::cout.rdbuf(kept_); }
+    SilentOutput() : out_(std::cout.rdbuf(nullptr)), errors_(std::cerr.rdbuf(nullptr)) {}
+    ~SilentOutput() {
+        std::cout.rdbuf(out_);
+        std::cerr.rdbuf(errors_);
+    }
     SilentOutput(const SilentOutput&) = delete;
     SilentOutput& operator=(const SilentOutput&) = delete;
 
 private:
-    std::streambuf* kept_;
+    std::streambuf* out_;
+    std::streambuf* errors_;
 };
 
 std::string parameters_of(const json::Variant& record) {
@@ -106,6 +102,7 @@ Console::~Console() = default;
 // ----- What the program tells --------------------------------------------------------------------
 
 void Console::connected() {
+    connected_ = true;
     tell("connected");
     command_ = "the greeting";
     open();
@@ -115,6 +112,10 @@ void Console::connected() {
 }
 
 void Console::enter(const std::string& line) {
+    if (finished_ && !connected_) {
+        fail(plain(line) + ": there is no connection");
+        return;
+    }
     lines_.push_back(line);
     advance();
 }
@@ -141,6 +142,7 @@ void Console::receive(const std::string& frame) {
 void Console::deadlinePassed() {
     if (!waiting_) return;
     awaited_.reset();
+    wanted_.reset();
     question_ = 0;
     done();
     fail(command_ + ": the device didn't answer in time");
@@ -149,6 +151,7 @@ void Console::deadlinePassed() {
 
 void Console::connectionLost(const std::string& reason) {
     if (finished_) return;
+    connected_ = false;
     finished_ = true;
     fail("the connection is lost: " + reason);
 }
@@ -177,6 +180,10 @@ void Console::begin(const std::string& line) {
         fail("there is no command \"" + plain(words[0]) + "\"; \"help\" lists them");
         return;
     }
+    if (found->needsDevice && !connected_) {
+        fail(command_ + ": there is no connection");
+        return;
+    }
     const std::uint64_t sentBefore = sent_;
     const std::size_t parameters = words.size() - 1;
     if (parameters < found->fewest || parameters > found->most || !(this->*found->run)(words)) {
@@ -184,6 +191,8 @@ void Console::begin(const std::string& line) {
         fail("usage: " + std::string(found->name) + (rest.empty() ? "" : " " + rest));
     } else if (sent_ != sentBefore && !finished_) {
         awaitAnswers();
+    } else {
+        missPicture(); // an earlier request for it is still unanswered
     }
 }
 
@@ -194,7 +203,10 @@ void Console::awaitAnswers() {
     sentWithQuestion_ = sent_;
 }
 
-void Console::done() { waiting_ = false; }
+void Console::done() {
+    waiting_ = false;
+    missPicture();
+}
 
 void Console::fail(const std::string& text) {
     errors_ << "error: " << text << std::endl;
@@ -324,22 +336,47 @@ void Console::mailBoxData(const json::List& result, int batch) {
          (result.size() == 1 ? " message" : " messages"));
     for (const json::Variant& row : result) {
         const qx::MailBoxEntry entry(row);
-        messages_[entry.sequenceNo()] = entry;
+        if (messages_.size() < kMostMessages) messages_[entry.sequenceNo()] = entry;
+        const std::string time = shared::utcTime(entry.timestamp());
         std::ostringstream line;
-        line << "message " << entry.sequenceNo() << ": " << readable(row["name_sender"]) << ", "
-             << row["length_ds"].realValue() / 10 << " s, "
-             << (row["message_seen"].booleanValue() ? "seen" : "new");
+        line << "message " << entry.sequenceNo() << ": " << (time.empty() ? "no time" : time)
+             << ", " << readable(row["name_sender"]) << ", " << row["length_ds"].realValue() / 10
+             << " s, " << (row["message_seen"].booleanValue() ? "seen" : "new");
         tell(line.str());
     }
 }
 
 void Console::mailPreviewReady(std::int64_t key, boost::shared_ptr<std::string> image) {
-    tell("preview of record " + std::to_string(key) + ": " + std::to_string(image->size()) +
-         " bytes");
+    takePicture(key, *image);
 }
 
 void Console::livePreviewReady(boost::shared_ptr<std::string> image) {
-    tell("preview of the live view: " + std::to_string(image->size()) + " bytes");
+    takePicture(kLiveView, *image);
+}
+
+void Console::takePicture(std::int64_t key, const std::string& image) {
+    if (!wanted_ || wanted_->key != key) {
+        tell("a picture of " + std::to_string(image.size()) + " bytes came unasked");
+        return;
+    }
+    const std::string file = std::move(wanted_->file);
+    wanted_.reset();
+    if (image.compare(0, 2, "\xFF\xD8") != 0) {
+        fail(command_ + ": what came is no JPEG picture");
+        return;
+    }
+    const std::string fault = settings_.save(file, image);
+    if (fault.empty()) {
+        tell("saved: " + plain(file));
+    } else {
+        fail("can't write " + plain(file) + ": " + fault);
+    }
+}
+
+void Console::missPicture() {
+    if (!wanted_) return;
+    wanted_.reset();
+    fail(command_ + ": no picture came");
 }
 
 std::string Console::showing() const {
@@ -349,47 +386,54 @@ std::string Console::showing() const {
     return (low <= 4 ? what[low] : "?") + std::string(how[(playbackMode >> 4) & 3]);
 }
 
-const qx::MailBoxEntry* Console::messageOf(const std::string& sequence) const {
-    const std::optional<unsigned int> wanted = number<unsigned int>(sequence);
+/// The message of the last list; null, and an error told, when the list doesn't have it.
+const qx::MailBoxEntry* Console::messageOf(const std::string& word) {
+    const std::optional<unsigned int> wanted = number<unsigned int>(word);
     const auto found = wanted ? messages_.find(*wanted) : messages_.end();
-    return found == messages_.end() ? nullptr : &found->second;
+    if (found != messages_.end()) return &found->second;
+    fail("there is no message \"" + plain(word) + "\" in the list; \"mailbox\" reads it");
+    return nullptr;
 }
 
 // ----- The commands ------------------------------------------------------------------------------
 
 const std::vector<Console::Command>& Console::commands() {
     static const std::vector<Command> table = {
-        {"door", "", "open the door", 0, 0, &Console::door},
-        {"light", "", "turn the light on or off", 0, 0, &Console::light},
-        {"ring", "", "press the bell button (simulated stations only)", 0, 0, &Console::ring},
-        {"ack", "[no]", "answer the bell, or refuse", 0, 1, &Console::acknowledge},
-        {"click", "X Y [zoom]", "centre the view on a point, in thousandths", 2, 3,
+        {"door", "", "open the door", 0, 0, true, &Console::door},
+        {"light", "", "turn the light on or off", 0, 0, true, &Console::light},
+        {"ring", "", "press the bell button (simulated stations only)", 0, 0, true, &Console::ring},
+        {"ack", "[no]", "answer the bell, or refuse", 0, 1, true, &Console::acknowledge},
+        {"click", "X Y [zoom]", "centre the view on a point, in thousandths", 2, 3, true,
          &Console::click},
-        {"pan", "X Y", "turn the camera by steps to the right and up", 2, 2, &Console::pan},
-        {"center", "", "turn the camera to the middle", 0, 0, &Console::center},
-        {"zoom", "N", "set the zoom; +N and -N change it by steps", 1, 1, &Console::zoom},
-        {"mode", "NAME", "choose how the picture is shown", 1, 1, &Console::mode},
-        {"live", "", "show the live view", 0, 0, &Console::showLive},
-        {"play", "[SEQUENCE | START END]", "go on, play a message, or a span of seconds", 0, 2,
+        {"pan", "X Y", "turn the camera by steps to the right and up", 2, 2, true, &Console::pan},
+        {"center", "", "turn the camera to the middle", 0, 0, true, &Console::center},
+        {"zoom", "N", "set the zoom; +N and -N change it by steps", 1, 1, true, &Console::zoom},
+        {"mode", "NAME", "choose how the picture is shown", 1, 1, true, &Console::mode},
+        {"live", "", "show the live view", 0, 0, true, &Console::showLive},
+        {"play", "[N | START END]", "go on, play message N, or a span of seconds", 0, 2, true,
          &Console::startPlay},
-        {"pause", "", "pause what is shown", 0, 0, &Console::stopForNow},
+        {"queue", "N", "play message N after what plays", 1, 1, true, &Console::queue},
+        {"pause", "", "pause what is shown, or go on to a queued message", 0, 0, true,
+         &Console::stopForNow},
         {"register", "ID NAME", "add this phone to an entry of the address book", 2, kAnyNumber,
-         &Console::registerPhone},
-        {"mailbox", "[ID]", "list the messages of a mail box, the first by default", 0, 1,
+         true, &Console::registerPhone},
+        {"mailbox", "[ID]", "list the messages of a mail box, the first by default", 0, 1, true,
          &Console::mailBox},
-        {"seen", "SEQUENCE [no]", "mark a listed message as seen, or as new", 1, 2, &Console::seen},
-        {"delete", "SEQUENCE", "delete a listed message", 1, 1, &Console::erase},
-        {"preview", "[SEQUENCE]", "fetch an image of a listed message or of the live view", 0, 1,
+        {"seen", "N [no]", "mark message N as seen, or as new", 1, 2, true, &Console::seen},
+        {"delete", "N", "delete message N", 1, 1, true, &Console::erase},
+        {"preview", "N FILE", "save the picture of message N", 2, kAnyNumber, true,
          &Console::preview},
-        {"status", "", "tell what is known of the device", 0, 0, &Console::status},
-        {"methods", "[METHOD]", "list the device's methods, or describe one", 0, 1,
+        {"snapshot", "FILE", "save a picture of the live view", 1, kAnyNumber, true,
+         &Console::snapshot},
+        {"status", "", "tell what is known of the device", 0, 0, false, &Console::status},
+        {"methods", "[METHOD]", "list the device's methods, or describe one", 0, 1, false,
          &Console::methods},
         {"call", "METHOD [LIST]", "call any method with a JSON list of parameters", 1, kAnyNumber,
-         &Console::callMethod},
+         true, &Console::callMethod},
         {"wait", "[TEXT]", "wait for the next line from the device that has the text", 0,
-         kAnyNumber, &Console::wait},
-        {"help", "", "list the commands", 0, 0, &Console::help},
-        {"quit", "", "end the connection", 0, 0, &Console::quit},
+         kAnyNumber, true, &Console::wait},
+        {"help", "", "list the commands", 0, 0, false, &Console::help},
+        {"quit", "", "end the connection", 0, 0, false, &Console::quit},
     };
     return table;
 }
@@ -465,12 +509,21 @@ bool Console::startPlay(const Words& words) {
         play(*start, *end, false);
         return true;
     }
-    const qx::MailBoxEntry* const entry = messageOf(words[1]);
-    if (entry == nullptr) return false;
-    const std::size_t queued = playQueue.size();
-    play(*entry, true, false);
-    if (playQueue.size() != queued) tell("queued: \"pause\" goes on to it");
+    playMessage(words[1], false);
     return true;
+}
+
+bool Console::queue(const Words& words) {
+    playMessage(words[1], true);
+    return true;
+}
+
+void Console::playMessage(const std::string& number, bool queueWhilePlaying) {
+    const qx::MailBoxEntry* const entry = messageOf(number);
+    if (entry == nullptr) return;
+    const std::size_t queued = playQueue.size();
+    play(*entry, queueWhilePlaying, false);
+    if (playQueue.size() != queued) tell("queued: \"pause\" goes on to it");
 }
 
 bool Console::stopForNow(const Words&) {
@@ -486,36 +539,40 @@ bool Console::registerPhone(const Words& words) {
 bool Console::mailBox(const Words& words) {
     const std::string id = words.size() == 2 ? words[1] : "1";
     if (!number<int>(id)) return false;
+    messages_.clear();
     readMailBox(id);
     return true;
 }
 
 bool Console::seen(const Words& words) {
+    if (words.size() == 3 && words[2] != "no") return false;
     const qx::MailBoxEntry* const entry = messageOf(words[1]);
-    if (entry == nullptr || (words.size() == 3 && words[2] != "no")) return false;
-    markMessageSeen(*entry, words.size() == 2);
+    if (entry != nullptr) markMessageSeen(*entry, words.size() == 2);
     return true;
 }
 
 bool Console::erase(const Words& words) {
     const qx::MailBoxEntry* const entry = messageOf(words[1]);
-    if (entry == nullptr) return false;
+    if (entry == nullptr) return true;
     deleteMessage(*entry);
     messages_.erase(entry->sequenceNo());
     return true;
 }
 
 bool Console::preview(const Words& words) {
-    if (words.size() == 1) {
-        downloadLivePreviewImage(kPreviewWidth, kPreviewHeight, false);
-        return true;
-    }
     const qx::MailBoxEntry* const entry = messageOf(words[1]);
-    if (entry == nullptr) return false;
-    const std::int64_t key = entry->recordId();
+    if (entry == nullptr) return true;
+    const std::int64_t key = std::max<std::int64_t>(entry->recordId(), 0); // below 0: the live view
+    wanted_ = WantedPicture{key, words_from(words, 2)};
     const boost::shared_ptr<std::string> image =
-        downloadMailPreviewImage(key, kPreviewWidth, kPreviewHeight, true);
+        downloadMailPreviewImage(key, kPictureWidth, kPictureHeight, true);
     if (image) mailPreviewReady(key, image); // it was there already
+    return true;
+}
+
+bool Console::snapshot(const Words& words) {
+    wanted_ = WantedPicture{kLiveView, words_from(words, 1)};
+    downloadLivePreviewImage(kPictureWidth, kPictureHeight, false);
     return true;
 }
 
@@ -600,7 +657,7 @@ bool Console::help(const Words&) {
 }
 
 bool Console::quit(const Words&) {
-    close();
+    if (connected_) close();
     finished_ = true;
     return true;
 }

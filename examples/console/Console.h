@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "console/SaveFile.h"
 #include "device/GatecastConversation.h"
 #include "json/Variant.h"
 
@@ -23,12 +24,17 @@ namespace console {
 /// next one begins when the device has answered all that the last one sent. A command that the
 /// device doesn't answer is followed by the question for its version, whose answer tells that the
 /// command has arrived.
+///
+/// Commands name a message by its number in the list that "mailbox" has printed last.
 /// Threads: one at a time.
 class Console : public qx::GatecastConversation {
 public:
     struct Settings {
         std::string phone = "console"; ///< the token by which the device knows this phone
         bool script = false; ///< repeat each command in the transcript, and end at a wrong one
+        /// Writes a file, and gives what went wrong; empty when nothing did.
+        std::function<std::string(const std::string& name, const std::string& bytes)> save =
+            saveFile;
     };
     /// Carries a request to the device. It must not give back the answer before it returns.
     using Send = std::function<void(const std::string& text)>;
@@ -41,7 +47,8 @@ public:
 
     /// The connection stands: opens, subscribes, registers.
     void connected();
-    /// A line was typed. Blank ones and those that begin with "#" are skipped.
+    /// A line was typed. Blank ones and those that begin with "#" are skipped. While there is no
+    /// connection, a command that needs one is refused.
     void enter(const std::string& line);
     /// There will be no further line: quits when all are done.
     void endOfInput();
@@ -89,6 +96,11 @@ protected:
 
 private:
     using Words = std::vector<std::string>;
+    /// A picture that was asked for, and the file that it is meant for.
+    struct WantedPicture {
+        std::int64_t key; // the record id of its message, or kLiveView
+        std::string file;
+    };
     /// One row of the table of commands. `run` is false when the words make no sense to it.
     struct Command {
         const char* name;
@@ -96,6 +108,7 @@ private:
         const char* meaning;
         std::size_t fewest;
         std::size_t most;
+        bool needsDevice;
         bool (Console::*run)(const Words& words);
     };
     static const std::vector<Command>& commands();
@@ -111,7 +124,10 @@ private:
     void tellEvent(const json::Request& request, const json::Response& response);
     std::string showing() const;
     std::string completed(const std::string& beginning);
-    const qx::MailBoxEntry* messageOf(const std::string& sequence) const;
+    void playMessage(const std::string& number, bool queueWhilePlaying);
+    void takePicture(std::int64_t key, const std::string& image);
+    void missPicture();
+    const qx::MailBoxEntry* messageOf(const std::string& number);
 
     // One per command, in the order of the table.
     bool door(const Words&);
@@ -125,12 +141,14 @@ private:
     bool mode(const Words&);
     bool showLive(const Words&);
     bool startPlay(const Words&);
+    bool queue(const Words&);
     bool stopForNow(const Words&);
     bool registerPhone(const Words&);
     bool mailBox(const Words&);
     bool seen(const Words&);
     bool erase(const Words&);
     bool preview(const Words&);
+    bool snapshot(const Words&);
     bool status(const Words&);
     bool methods(const Words&);
     bool callMethod(const Words&);
@@ -145,6 +163,7 @@ private:
 
     std::deque<std::string> lines_;
     std::string command_; // the one under way, for messages
+    bool connected_ = false;
     bool waiting_ = false;
     bool inputEnded_ = false;
     bool finished_ = false;
@@ -162,6 +181,7 @@ private:
     std::string registeredWith_;
     json::Variant catalogue_;                           // what "list_methods" answered
     std::map<unsigned int, qx::MailBoxEntry> messages_; // by sequence number
+    std::optional<WantedPicture> wanted_;
 };
 
 } // namespace console

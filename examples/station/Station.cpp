@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "station/Station.h"
 
-#include "station/PreviewImage.h"
+#include "shared/Jpeg.h"
+#include "shared/UtcTime.h"
 #include "json/JsonPrinter.h"
 
 #include <algorithm>
@@ -17,6 +18,8 @@ constexpr std::int64_t kSmallestZoom = 1;
 constexpr std::int64_t kGreatestZoom = 8;
 constexpr std::int64_t kFarthestTurn = 100; // steps from the middle, to each side
 constexpr std::size_t kLongestEcho = 60;    // bytes of a peer's text in an error message
+constexpr std::int64_t kMailBoxOfTheDoor = 1;
+constexpr std::int64_t kTenthsOfAVisit = 100;
 
 template <typename... Items>
 json::Variant list_of(const Items&... items) {
@@ -36,38 +39,21 @@ std::int64_t clamped(std::int64_t value, std::int64_t lowest, std::int64_t highe
     return std::min(std::max(value, lowest), highest);
 }
 
-json::Variant message(std::int64_t mailBox, std::int64_t sequence, const char* sender,
-                      std::int64_t tenthsOfSeconds) {
-    json::Variant record;
-    record["mailbox_id"] = mailBox;
-    record["name_mailbox"] = mailBox == 1 ? "Front door" : "Yard";
-    record["sender_user_id"] = 100 + sequence;
-    record["name_sender"] = sender;
-    record["timestamp"] = 1700000000.0 + 3600.0 * static_cast<double>(sequence);
-    record["length_ds"] = tenthsOfSeconds;
-    record["appl_camera_id"] = mailBox == 1 ? "front" : "yard";
-    record["appl_sequence_no"] = sequence;
-    record["appl_event_index"] = 0;
-    record["rid"] = 9000 + sequence;
-    record["alarmimage"] = std::to_string(sequence) + ".jpg";
-    record["events"] = list_of("bell");
-    record["message_seen"] = false;
-    record["endfilter"] = "message " + std::to_string(sequence);
-    return record;
-}
-
-std::map<std::int64_t, json::Variant> recorded_messages() {
-    return {{1, list_of(message(1, 101, "Parcel service", 85), message(1, 102, "Bert Rowan", 42),
-                        message(1, 103, "unknown", 12), message(1, 104, "Anna Quill", 230))},
-            {2, list_of(message(2, 201, "unknown", 31))},
-            {3, json::Variant::newList()}};
+/// The number of the message in a position, TIME@SEQUENCE, "E", INDEX; -1 in any other text. All
+/// messages of a station have the index 0.
+std::int64_t sequence_in(const std::string& position) {
+    const std::size_t at = position.find('@');
+    if (at == std::string::npos) return -1;
+    char* end = nullptr;
+    const std::int64_t sequence = std::strtoll(position.c_str() + at + 1, &end, 10);
+    return std::string(end) == "E0" ? sequence : -1;
 }
 
 } // namespace
 
 Station::Station(Settings settings)
     : settings_(std::move(settings)), catalogue_(settings_.versionMajor),
-      mailBoxes_(recorded_messages()) {}
+      mailBoxes_(settings_.messages), time_(settings_.time) {}
 
 // ----- Clients -------------------------------------------------------------------------------
 
@@ -102,8 +88,7 @@ std::vector<Frame> Station::receive(SessionId session, std::string_view text) {
 // ----- What happens at the door --------------------------------------------------------------
 
 std::vector<Frame> Station::ring() {
-    ringing_ = true;
-    pushBell();
+    recordVisitor();
     return takeFrames();
 }
 
@@ -226,20 +211,56 @@ json::Variant Station::rowOf(const Addressee& addressee) const {
                    addressee.unit);
 }
 
-json::Variant* Station::findMessage(std::int64_t sequence) {
-    for (auto& [id, messages] : mailBoxes_) {
-        for (json::Variant& record : messages.listValue()) {
-            if (std::as_const(record)["appl_sequence_no"] == sequence) return &record;
-        }
-    }
-    return nullptr;
-}
-
 std::size_t Station::viewersNow() const {
     return static_cast<std::size_t>(
         std::count_if(sessions_.begin(), sessions_.end(), [](const auto& entry) {
             return entry.second.open && entry.second.showing == Showing::Live;
         }));
+}
+
+void Station::recordVisitor() {
+    ringing_ = true;
+    pushBell();
+    Message message;
+    message.mailBox = kMailBoxOfTheDoor;
+    message.sender = "unknown";
+    message.tenthsOfSeconds = kTenthsOfAVisit;
+    message.view = cameraView();
+    mailBoxes_.record(message);
+    endPlaybackOfLostMessages();
+}
+
+void Station::endPlaybackOfLostMessages() {
+    for (auto& [id, session] : sessions_) {
+        if (session.playing == 0 || mailBoxes_.find(session.playing) != nullptr) continue;
+        session.showing = Showing::Nothing;
+        session.playing = 0;
+        session.paused = false;
+    }
+}
+
+CameraView Station::cameraView() const {
+    CameraView view;
+    view.camera = "front";
+    view.time = time_;
+    view.doorOpen = doorOpen_;
+    view.lightOn = lightOn_;
+    view.right = view_.right;
+    view.up = view_.up;
+    view.zoom = view_.zoom;
+    return view;
+}
+
+Station::Reply Station::pictureReply(const CameraView& view, const std::string& title,
+                                     const json::Variant& width, const json::Variant& height) {
+    json::Variant result;
+    result["blocks_follow"] = 1;
+    Reply reply(result);
+    const shared::Picture picture =
+        drawn(view, title, static_cast<int>(width.integerValue()),
+              static_cast<int>(height.integerValue())); // within the bounds of the catalogue
+    reply.attachment = shared::jpegOf(picture, title + ", " + shared::utcTime(view.time));
+    return reply;
 }
 
 // ----- One handler per method; the parameters are as the catalogue wants them ------------------
@@ -294,8 +315,7 @@ Station::Reply Station::bellAck(Session&, const json::Request&) {
 }
 
 Station::Reply Station::pressBell(Session&, const json::Request&) {
-    ringing_ = true;
-    pushBell();
+    recordVisitor();
     return json::Variant(true);
 }
 
@@ -339,6 +359,7 @@ Station::Reply Station::live(Session& session, const json::Request&) {
         return {Busy, "all live views are taken"};
     }
     session.showing = Showing::Live;
+    session.playing = 0;
     session.paused = false;
     json::Variant result;
     result["mode"] = displayMode_;
@@ -363,19 +384,16 @@ Station::Reply Station::play(Session& session, const json::Request& request) {
     const json::List& params = request.arguments();
     json::Variant result;
     if (params[0].isString()) {
-        // TIME@SEQUENCE, "E", INDEX: the sequence number tells the message.
         const std::string position = params[0];
-        const std::size_t at = position.find('@');
-        const std::int64_t sequence =
-            at == std::string::npos ? -1 : std::strtoll(position.c_str() + at + 1, nullptr, 10);
-        if (findMessage(sequence) == nullptr) {
-            return {UnknownMessage, "no message at " + quoted(position)};
-        }
-        result["message"] = sequence;
+        const Message* const message = mailBoxes_.find(sequence_in(position));
+        if (message == nullptr) return {UnknownMessage, "no message at " + quoted(position)};
+        session.playing = message->sequence;
     } else if (params.size() >= 3) {
+        session.playing = 0;
         result["start"] = params[0].realValue();
         result["end"] = params[2].realValue();
     }
+    if (session.playing != 0) result["message"] = session.playing;
     session.showing = Showing::Playback;
     session.paused = false;
     result["mode"] = displayMode_;
@@ -384,11 +402,12 @@ Station::Reply Station::play(Session& session, const json::Request& request) {
 }
 
 Station::Reply Station::mailBoxData(Session&, const json::Request& request) {
-    const auto box = mailBoxes_.find(request.arguments()[0].integerValue());
-    if (box == mailBoxes_.end()) return {UnknownMessage, "there is no such mail box"};
+    const std::deque<Message>* const messages =
+        mailBoxes_.messagesOf(request.arguments()[0].integerValue());
+    if (messages == nullptr) return {UnknownMessage, "there is no such mail box"};
     std::vector<json::Variant> batches(1, json::Variant::newList());
-    for (const json::Variant& record : std::as_const(box->second).listValue()) {
-        batches.back() << record;
+    for (const Message& message : *messages) {
+        batches.back() << message.row();
         if (batches.back().size() == kRowsPerBatch) batches.push_back(json::Variant::newList());
     }
     return batches;
@@ -396,41 +415,30 @@ Station::Reply Station::mailBoxData(Session&, const json::Request& request) {
 
 Station::Reply Station::messageDelete(Session&, const json::Request& request) {
     const json::List& params = request.arguments();
-    json::Variant* record = findMessage(params[0].integerValue());
-    if (record == nullptr || std::as_const(*record)["appl_event_index"] != params[1]) {
+    Message* const message = mailBoxes_.find(params[0].integerValue());
+    if (message == nullptr || params[1].integerValue() != 0) {
         return {UnknownMessage, "there is no such message"};
     }
     if (params.size() == 3) {
-        (*record)["message_seen"] = params[2];
-        return json::Variant(true);
+        message->seen = params[2].booleanValue();
+    } else {
+        mailBoxes_.remove(message->sequence);
+        endPlaybackOfLostMessages();
     }
-    json::List& messages =
-        mailBoxes_.at(std::as_const(*record)["mailbox_id"].integerValue()).listValue();
-    messages.remove(static_cast<std::size_t>(messages.indexOf(record)));
     return json::Variant(true);
 }
 
 Station::Reply Station::previewMessage(Session&, const json::Request& request) {
-    const std::int64_t recordId = request.arguments()[0].integerValue();
-    for (const auto& [id, messages] : mailBoxes_) {
-        for (const json::Variant& record : messages.listValue()) {
-            if (record["rid"] != recordId) continue;
-            json::Variant result;
-            result["blocks_follow"] = 1;
-            Reply reply(result);
-            reply.attachment = previewImage("message " + std::to_string(recordId));
-            return reply;
-        }
-    }
-    return {UnknownMessage, "there is no such message"};
+    const json::List& params = request.arguments();
+    const Message* const message = mailBoxes_.findRecord(params[0].integerValue());
+    if (message == nullptr) return {UnknownMessage, "there is no such message"};
+    return pictureReply(message->view, "message " + std::to_string(message->sequence), params[1],
+                        params[2]);
 }
 
-Station::Reply Station::previewLive(Session&, const json::Request&) {
-    json::Variant result;
-    result["blocks_follow"] = 1;
-    Reply reply(result);
-    reply.attachment = previewImage("live view");
-    return reply;
+Station::Reply Station::previewLive(Session&, const json::Request& request) {
+    const json::List& params = request.arguments();
+    return pictureReply(cameraView(), "live view", params[0], params[1]);
 }
 
 Station::Reply Station::quit(Session& session, const json::Request&) {

@@ -3,7 +3,9 @@
 
 #include "rpc/Request.h"
 #include "rpc/Response.h"
+#include "station/CameraView.h"
 #include "station/Catalogue.h"
+#include "station/MailBoxes.h"
 #include "json/JsonParser.h"
 #include "json/Variant.h"
 
@@ -37,7 +39,9 @@ struct Addressee {
 struct Settings {
     int versionMajor = 1; ///< 0 for the first kind; 1 and 2 for later ones
     int versionMinor = 2;
-    std::size_t viewers = 4; ///< how many clients may watch the live view at the same time
+    std::size_t viewers = 4;    ///< how many clients may watch the live view at the same time
+    std::size_t messages = 100; ///< how many messages a mail box keeps
+    double time = 1772616600;   ///< its clock at the beginning: 4 March 2026, 9:30
     std::vector<Addressee> addressBook = {{1, "555-0101", "Anna Quill", "ground floor"},
                                           {2, "555-0102", "Bert Rowan", "first floor"},
                                           {3, "555-0103", "Workshop", "yard"}};
@@ -61,15 +65,19 @@ enum ErrorCode : std::int64_t {
 
 /// A simulated door station: what it answers, what it pushes and what it remembers.
 ///
-/// It has no socket and no clock. A server hands it the texts of its clients and sends the frames
-/// that it gives back; whatever happens at the door (somebody rings, the door falls shut) is told
-/// to it by a call. A request with an id is answered under that id. One without an id is obeyed
-/// and not answered, but for "pause", whose answer has no id either. Events go to every subscriber
-/// under the id of his subscription, and come behind the answer to the request that caused them.
+/// It has no socket, and its clock stands still until it is told the time. A server hands it the
+/// texts of its clients and sends the frames that it gives back; whatever happens at the door
+/// (somebody rings, the door falls shut) is told to it by a call. A request with an id is answered
+/// under that id. One without an id is obeyed and not answered, but for "pause", whose answer has
+/// no id either. Events go to every subscriber under the id of his subscription, and come behind
+/// the answer to the request that caused them.
 ///
 /// A subscription knows three things to hear of, each told at once and at every change:
 /// "door" ["door_open" or "door_closed"], "elight" [true or false], and "view" [right, up, zoom],
 /// which tells where the camera looks. A registered phone hears ["bell", true or false].
+///
+/// Each press of the bell button leaves a message of ten seconds in mail box 1, with a picture of
+/// what the camera saw. A message that is deleted while somebody plays it ends there, too.
 /// Threads: one at a time.
 class Station {
 public:
@@ -90,6 +98,8 @@ public:
 
     // ----- What happens at the door: gives the events to send ----------------------------------
 
+    /// The clock goes on, to seconds since 1970, UTC. Nothing is sent.
+    void setTime(double seconds) { time_ = seconds; }
     /// A visitor presses the bell button.
     std::vector<Frame> ring();
     /// The door falls shut. Nothing is sent when it is shut.
@@ -113,6 +123,7 @@ private:
         std::int64_t registration = 0;                     // its id, for the events of the bell
         std::map<std::string, std::int64_t> subscriptions; // from what to hear of to the id
         Showing showing = Showing::Nothing;
+        std::int64_t playing = 0; // number of the message that plays, 0 for a span of time
         bool paused = false;
         std::string endFilter;
     };
@@ -144,8 +155,12 @@ private:
     json::Variant stateOf(const std::string& topic) const;
     const Addressee* addresseeOf(std::int64_t id) const;
     json::Variant rowOf(const Addressee& addressee) const;
-    json::Variant* findMessage(std::int64_t sequence);
     std::size_t viewersNow() const;
+    void recordVisitor();
+    void endPlaybackOfLostMessages();
+    CameraView cameraView() const;
+    static Reply pictureReply(const CameraView& view, const std::string& title,
+                              const json::Variant& width, const json::Variant& height);
 
     // One handler per method, in the order of the catalogue.
     Reply listMethods(Session&, const json::Request&);
@@ -177,8 +192,9 @@ private:
     json::JsonParser parser_;
     std::map<SessionId, Session> sessions_;
     SessionId lastSession_ = 0;
-    std::map<std::string, Phone> phones_;             // by token
-    std::map<std::int64_t, json::Variant> mailBoxes_; // by id: the list of its messages
+    std::map<std::string, Phone> phones_; // by token
+    MailBoxes mailBoxes_;
+    double time_;
     bool doorOpen_ = false;
     bool lightOn_ = false;
     bool ringing_ = false;

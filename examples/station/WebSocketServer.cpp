@@ -26,6 +26,11 @@ constexpr std::size_t kLongestRequest = 64 * 1024;
 constexpr std::size_t kMostBytesWaiting = 4 * 1024 * 1024;
 constexpr std::chrono::seconds kGoodbye{1}; // how long clients may take to close
 
+double computers_time() {
+    const auto sinceTheEpoch = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(sinceTheEpoch).count();
+}
+
 } // namespace
 
 class WebSocketServer::Implementation {
@@ -179,6 +184,7 @@ void WebSocketServer::Implementation::left(SessionId session) {
 
 void WebSocketServer::Implementation::handle(SessionId session, const std::string& text) {
     const bool doorWasOpen = station_.doorIsOpen();
+    station_.setTime(options_.clock ? options_.clock() : computers_time());
     send(station_.receive(session, text));
     if (!doorWasOpen && station_.doorIsOpen() && options_.doorOpen.count() == 0) {
         send(station_.closeDoor());

@@ -19,6 +19,7 @@ public:
         unsigned short port = 0;                  ///< 0 for any free one
         std::chrono::milliseconds doorOpen{3000}; ///< how long a door stays open, 0 for an instant
         bool once = false;                        ///< end when the last client has left
+        std::function<double()> clock; ///< seconds since 1970; without one, the computer's
     };
 
     /// Listens from now on; clients wait until `run`.

@@ -8,6 +8,7 @@
 
 #include <exception>
 #include <iostream>
+#include <optional>
 
 int main(int argc, char** argv) {
     station::Settings settings;
@@ -28,9 +29,16 @@ int main(int argc, char** argv) {
                    "Milliseconds after which an opened door falls shut, 0 for at once")
         ->capture_default_str()
         ->check(CLI::Range(0LL, 3600'000LL));
+    std::optional<long long> time;
+    app.add_option(
+           "--clock", time,
+           "Let the station's clock stand at this time, in seconds since 1970, in the place of "
+           "the computer's")
+        ->check(CLI::Range(0LL, 253402300799LL));
     app.add_flag("--once", options.once, "End when the last client has left");
     CLI11_PARSE(app, argc, argv);
 
+    if (time) options.clock = [seconds = static_cast<double>(*time)] { return seconds; };
     options.doorOpen = std::chrono::milliseconds(doorMilliseconds);
     try {
         station::Station station(settings);
