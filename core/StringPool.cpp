@@ -4,8 +4,6 @@
 #include "core/detail/NeverDestroyed.h"
 
 #include <cstdint>
-#include <functional>
-#include <string_view>
 
 namespace qx {
 
@@ -64,16 +62,16 @@ public:
         return static_cast<std::uint16_t>(value);
     }
 
-    /// What hasn't been read.
-    const char* rest() const noexcept { return next_; }
-
 private:
     unsigned char peek() const noexcept { return static_cast<unsigned char>(*next_); }
 
     const char* next_;
 };
 
-std::size_t hash_of_characters(Decoder& decoder) noexcept {
+} // namespace
+
+std::size_t hash_of_text(const char* text) noexcept {
+    Decoder decoder(text != nullptr ? text : "");
     std::uint64_t seed = 0;
     for (int i = 0; i < kHashedCharacters; ++i) {
         const std::uint64_t character = decoder.next();
@@ -81,20 +79,6 @@ std::size_t hash_of_characters(Decoder& decoder) noexcept {
         seed ^= character + 0x9e3779b9u + (seed << 6) + (seed >> 2);
     }
     return seed;
-}
-
-} // namespace
-
-std::size_t hash_of_text(const char* text) noexcept {
-    Decoder decoder(text != nullptr ? text : "");
-    return hash_of_characters(decoder);
-}
-
-std::size_t detail::placing_hash(const char* text) noexcept {
-    Decoder decoder(text);
-    const std::size_t hash = hash_of_characters(decoder);
-    const std::string_view rest(decoder.rest());
-    return rest.empty() ? hash : hash ^ std::hash<std::string_view>()(rest);
 }
 
 StringPool<IntrusiveString, boost::intrusive_ptr<IntrusiveString>>& global_string_pool() {

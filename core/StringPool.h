@@ -4,6 +4,7 @@
 #include "core/Export.h"
 #include "core/IntrusiveString.h"
 #include "core/detail/ProcessLock.h"
+#include "core/detail/SeededHash.h"
 
 #include <boost/intrusive_ptr.hpp>
 #include <boost/unordered_set.hpp>
@@ -31,14 +32,6 @@ struct StringHash {
         return key ? key->hash() : 0;
     }
 };
-
-namespace detail {
-
-/// Where maps place a key and look for it: `hash_of_text`, spread by what that leaves out of a long
-/// text. Keys come from peers, and many that begin alike must not meet in one bucket.
-GATECAST_EXPORT std::size_t placing_hash(const char* text) noexcept;
-
-} // namespace detail
 
 /// Two keys are equal when they are the same string object.
 template <typename S>
@@ -99,10 +92,10 @@ private:
         return {key->c_str(), key->length()};
     }
 
-    // All of the text, for the same reason as in `placing_hash`.
+    // Not the hash of a key: many keys of a peer may begin alike.
     struct TextHash {
         std::size_t operator()(std::string_view key) const noexcept {
-            return std::hash<std::string_view>()(key);
+            return detail::seeded_hash(key);
         }
         std::size_t operator()(const Pointer& key) const noexcept { return (*this)(view(key)); }
     };

@@ -334,7 +334,7 @@ TEST(SchemaRegistry, CountsWhatItHolds) {
     const std::size_t count = Schema::registeredCount();
     ASSERT_TRUE(import_text(R"({"id":"http://registry.test/counted"})"));
     EXPECT_EQ(count, Schema::registeredCount());
-    ASSERT_TRUE(import_text(
-        R"({"id":"http://registry.test/counted2","items":[{"id":"#a"},{"id":"#b"}]})"));
+    ASSERT_TRUE(
+        import_text(R"({"id":"http://registry.test/counted2","items":[{"id":"#a"},{"id":"#b"}]})"));
     EXPECT_EQ(count + 3, Schema::registeredCount());
 }

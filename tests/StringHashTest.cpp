@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "core/IntrusiveString.h"
 #include "core/StringPool.h"
+#include "core/detail/SeededHash.h"
 
 #include <boost/intrusive_ptr.hpp>
 #include <gtest/gtest.h>
@@ -104,14 +105,28 @@ TEST(StringHash, FollowsATextThatIsWrittenThroughItsReference) {
     EXPECT_EQ(0x9e377a1au, text.hash());
 }
 
-TEST(StringHash, PlacesAShortTextByItsHashAlone) {
-    EXPECT_EQ(0u, qx::detail::placing_hash(""));
-    EXPECT_EQ(0x29b55331d5d606a4u, qx::detail::placing_hash("method"));
-    EXPECT_EQ(0x69de8715c1f9a37au, qx::detail::placing_hash("abcdefghijkl"));
+TEST(SeededHash, IsSipHash13) {
+    EXPECT_EQ(0x407448d2b89b1813u, qx::detail::sip_hash("a", {}));
+    EXPECT_EQ(0x26f73335cc2e7868u, qx::detail::sip_hash("method", {}));
+    EXPECT_EQ(0x3f7b849c0b8e35eau, qx::detail::sip_hash("abcdefgh", {}));
+    EXPECT_EQ(0xf89b34a3d11eb6e5u, qx::detail::sip_hash("abcdefghi", {}));
+    EXPECT_EQ(0xa0f9d1a31b1e8447u, qx::detail::sip_hash("sch\xc3\xb6n", {}));
+    EXPECT_EQ(0x696de799e9ca9ebau, qx::detail::sip_hash("a key of twenty bytes", {}));
+}
+
+TEST(SeededHash, DependsOnBothHalvesOfItsSeed) {
+    EXPECT_NE(qx::detail::sip_hash("a", {}), qx::detail::sip_hash("a", {1, 0}));
+    EXPECT_NE(qx::detail::sip_hash("a", {}), qx::detail::sip_hash("a", {0, 1}));
+    EXPECT_NE(qx::detail::sip_hash("a", {0, 1}), qx::detail::sip_hash("a", {1, 0}));
+}
+
+TEST(SeededHash, HasASeedThatIsDrawn) {
+    EXPECT_EQ(qx::detail::seeded_hash("a"), qx::detail::seeded_hash("a"));
+    EXPECT_NE(qx::detail::seeded_hash("a"), qx::detail::sip_hash("a", {}));
 }
 
 // Without this a peer's object of many long keys costs the square of their number.
-TEST(StringHash, PlacesTextsOfOneHashApart) {
+TEST(SeededHash, TellsTextsOfOneHashApart) {
     struct Row {
         const char* left;
         const char* right;
@@ -125,7 +140,7 @@ TEST(StringHash, PlacesTextsOfOneHashApart) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);
         EXPECT_EQ(qx::IntrusiveString(row.left).hash(), qx::IntrusiveString(row.right).hash());
-        EXPECT_NE(qx::detail::placing_hash(row.left), qx::detail::placing_hash(row.right));
+        EXPECT_NE(qx::detail::seeded_hash(row.left), qx::detail::seeded_hash(row.right));
     }
 }
 
