@@ -144,8 +144,9 @@ public:
     /// Bad input: at `end()` nothing happens.
     iterator erase(const_iterator entry) {
         // Intended: `on_erase` isn't called, here nor in `removeValue`; `rename` alone calls it.
-        // Held by PooledStringMap.ErasingAnswersTheNextEntryAndCallsNoHook and
-        // PooledStringMap.RemovesEveryEntryWithAValueAndCallsNoHook.
+        // Held by PooledStringMap.ErasingAnswersTheNextEntryAndCallsNoHook,
+        // PooledStringMap.RemovesEveryEntryWithAValueAndCallsNoHook and
+        // Object.LeavesItsOwnerUnmarkedWhenItErases.
         return table_.erase(entry);
     }
 

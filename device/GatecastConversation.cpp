@@ -92,6 +92,8 @@ void GatecastConversation::addDevice(const IntrusiveString& a, const IntrusiveSt
         second = json::Variant::newList();
         second << json::Variant(c).integerValue();
     }
+    // Intended: the call takes the place of the registration, which ends with its answer.
+    // Held by GatecastConversation.EndsTheSubscriptionOfTheRegistrationByAddDevice.
     call3(*methods().addDevice, a, second, b, SubscribeDevice);
 }
 

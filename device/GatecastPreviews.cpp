@@ -51,11 +51,14 @@ void GatecastConversation::setPreviewCacheCapacity(int n) {
 
 void GatecastConversation::clearPreviewCache() { previewCache->clear(); }
 
+// Intended: nothing happens. Held by Preview.IsNeverWrittenToADirectory.
 void GatecastConversation::usePreviewCacheDirectory(const std::string&) {}
 
 void GatecastConversation::handlePreview(const json::Response& response) {
     const std::int64_t id = response.referenceId().integerValue();
     const auto noted = previewKeyByRequest.find(id);
+    // Intended: what nobody has noted counts as the live view.
+    // Held by Preview.ThatNobodyNotedIsOneOfTheLiveView.
     const std::int64_t key = noted != previewKeyByRequest.end() ? noted->second : kLiveRequest;
     previewKeyByRequest.erase(id);
     previewRequestByKey.erase(key);

@@ -56,6 +56,8 @@ bool GatecastConversation::handleResponse(const json::Request& request,
         versionMinor = cut_to_32_bits(answer[*keys().versionMinor].integerValue());
         return true;
     }
+    // Intended: nothing follows from it, also not for a preview, whose key stays blocked.
+    // Held by Preview.StaysOnItsWayAfterError24 and DeviceResponses.IgnoreError24UnderEveryId.
     if (response.isError() && response.errorCode() == kIgnored) return true;
 
     const std::int64_t id = response.referenceId().integerValue();
@@ -83,6 +85,8 @@ bool GatecastConversation::handleResponse(const json::Request& request,
         return true;
     }
 
+    // Intended: an error counts as a batch.
+    // Held by MailBox.TakesAnErrorForAnEmptyBatch.
     if (id == SubscribeMailBox) {
         mailBoxBatch = cut_to_32_bits(std::int64_t{mailBoxBatch} + 1);
         mailBoxData(response.resultList(), mailBoxBatch);
@@ -91,7 +95,8 @@ bool GatecastConversation::handleResponse(const json::Request& request,
         handlePreview(response);
     }
     // Intended: the modes follow the method, also when the answer is an error.
-    // Held by DeviceResponses.AnErrorToAPlaybackCommandChangesTheModeAllTheSame.
+    // Held by DeviceResponses.AnErrorToAPlaybackCommandChangesTheModeAllTheSame and
+    // MailBox.ServesItsQueueAlsoWhenThePauseFails.
     if (method == *methods().live) {
         playbackMode = 2;
         // Intended: the answer is left unused and nobody is told.

@@ -472,6 +472,8 @@ void JsonParser::unregisterListener(boost::shared_ptr<IJsonParserListener> liste
 
 // ----- Whole texts -------------------------------------------------------------------------------
 
+// Intended: a fault gives its text, which can't be told from a JSON text that was a string.
+// Held by JsonParser.ATreeOfABadTextIsAStringWithTheErrorText.
 Variant JsonParser::parseTree(const char* text, int length) {
     JsonParser parser;
     parser.parse(text, length);

@@ -340,6 +340,8 @@ void JsonPrinter::printList(const List& list) {
 // Recurses no deeper than the generator opens levels.
 void JsonPrinter::printObject(const Object& object) {
     if (!open(true)) return;
+    // Intended: keys are sorted in indented text only.
+    // Held by JsonPrinter.SortsKeysInPrettyTextOnly.
     if (isPretty()) {
         std::vector<Object::Key> keys;
         object.sorted_keys(keys);

@@ -13,6 +13,8 @@ namespace json {
 
 List::List() = default;
 
+// Intended: the elements of a copy aren't linked to it, unlike those of an assigned list.
+// Held by List.CopiesItsElementsWithoutLinkingThem.
 List::List(const List& source) : qx::IntrusiveObject(source), elements_(source.elements_) {}
 
 List& List::operator=(const List& source) {
@@ -62,7 +64,8 @@ int List::indexOf(const Variant* value, std::size_t from) const {
 }
 
 // Intended: the elements play no part.
-// Held by List.ListsOfEqualLengthAreEqualWhateverTheyHold.
+// Held by List.ListsOfEqualLengthAreEqualWhateverTheyHold and
+// Variant.FindsAListOfTheSameSizeEqualInAnAssignment.
 bool List::operator==(const List& rhs) const noexcept { return size() == rhs.size(); }
 
 bool List::dirty() const noexcept {
@@ -77,6 +80,8 @@ Variant& List::select(const Path& path) { return path.evaluate(*this); }
 
 // Intended: the element isn't linked, unlike after operator<<.
 // Held by List.PushBackLeavesTheElementWithoutAParent.
+// Intended: an array that grows copies its older elements, whose links end.
+// Held by VariantSharing.LosesParentsStickinessAndOwnersWhenAListGrows.
 void List::push_back(const Variant& value) {
     const bool holdsThisList = value.isList() && value.value_.list == this;
     elements_.push_back(holdsThisList ? value.withClonedContainer() : value);

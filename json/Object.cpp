@@ -12,6 +12,8 @@ namespace json {
 
 Object::Object() : Map(Variant::Empty) {}
 
+// Intended: the entries of a copy aren't linked to it, unlike those of an assigned object.
+// Held by Object.CopiesItsEntriesWithoutLinkingThem.
 Object::Object(const Object& source) : Map(source), qx::IntrusiveObject(source) {
     for (auto& entry : *this) {
         entry.second.setFlag(Variant::kUnlinkedEntry, true);
@@ -109,6 +111,8 @@ Object::KeyPool& Object::key_pool() { return qx::global_string_pool(); }
 
 // ----- Changing ----------------------------------------------------------------------------------
 
+// Intended: each entry of a repeated key overwrites the one before.
+// Held by Object.TakesTheLastEntryOfARepeatedKeyFromAnotherObject.
 Object& Object::operator+=(const Object& rhs) {
     const Object copy(rhs); // may be this object, or lie in one of its values
     for (const auto& entry : copy) {

@@ -75,7 +75,7 @@ public:
     /// Drops the topmost level and steps the one below it back, if it can.
     TreeIterator& operator--();
     TreeIterator operator--(int);
-    /// Several steps, until the end at most.
+    /// Several steps, until the end at most. Each step forward may add a level; see `++`.
     /// @{
     TreeIterator& operator+=(int count);
     TreeIterator& operator-=(int count);

@@ -16,7 +16,9 @@ namespace {
 using String = qx::IntrusiveString;
 using StringPtr = boost::intrusive_ptr<String>;
 
-/// Neither less nor greater, so that a NaN equals anything.
+/// Neither less nor greater.
+// Intended: a NaN equals anything, also in an assignment.
+// Held by Variant.FindsANanEqualToAnyReal.
 bool equal_reals(double left, double right) { return !(left < right) && !(left > right); }
 
 int compare_reals(double left, double right) {
@@ -586,6 +588,8 @@ bool equal_objects(const Object& left, const Object& right) {
 
 } // namespace
 
+// Intended: the type on the left selects the rule, so that the sides can't be exchanged.
+// Held by Variant.EqualsByTheRuleOfTheLeftSide.
 int Variant::compareTo(const Variant& rhs) const {
     if (this == &rhs) return 0;
     switch (type()) {
@@ -597,6 +601,8 @@ int Variant::compareTo(const Variant& rhs) const {
     case Type::Real:
         return compare_reals(realValue(), rhs.realValue());
     case Type::String:
+        // Intended: a String is less than whatever is no String.
+        // Held by Variant.FindsAStringLessThanAnythingThatIsNoString.
         return rhs.isString() ? compareText(rhs.charsValue()) : -1;
     case Type::Object:
         return equal_objects(objectValue(), rhs.objectValue()) ? 0 : -1;
@@ -624,7 +630,7 @@ Variant& Variant::operator<<(const Variant& element) {
 }
 
 // Intended: the cases run on into each other, so that only a Real is added once.
-// Held by Variant.AddingRunsOnThroughTheCases.
+// Held by Variant.AddingRunsOnThroughTheCases and Variant.AddsATextAsTwiceItsNumber.
 Variant& Variant::operator+=(const Variant& rhs) {
     const Variant addend(rhs);
     switch (addend.type()) {
@@ -639,6 +645,7 @@ Variant& Variant::operator+=(const Variant& rhs) {
         [[fallthrough]];
     case Type::Real:
         convertToReal();
+        // Intended: the sum isn't marked. Held by Variant.AddsWithoutMarkingItselfDirty.
         value_.real += addend.realValue();
         break;
     default:

@@ -192,6 +192,7 @@ public:
     bool isString() const noexcept { return type() == Type::String; }
     bool isObject() const noexcept { return type() == Type::Object; }
     bool isList() const noexcept { return type() == Type::List; }
+    // Intended: a Boolean counts. Held by Variant.CountsABooleanAsNumerical.
     /// True for Boolean, Integer and Real alike.
     bool isNumerical() const noexcept { return isBoolean() || isInteger() || isReal(); }
     /// True for Object and List.
@@ -368,6 +369,8 @@ public:
     /// up to their first NUL, as signed bytes.
     /// @{
     bool operator==(const char* rhs) const { return isString() && compareText(rhs) == 0; }
+    // Intended: a value that is no String isn't unequal to a text either.
+    // Held by Variant.AnswersFalseToEveryComparisonOfANonStringWithAPlainText.
     bool operator!=(const char* rhs) const { return isString() && compareText(rhs) != 0; }
     bool operator<(const char* rhs) const { return isString() && compareText(rhs) < 0; }
     bool operator<=(const char* rhs) const { return isString() && compareText(rhs) <= 0; }
@@ -454,8 +457,10 @@ public:
     /// The same for writing: adds the last key or grows the last list, but never converts a value
     /// on the way. Bad input: a miss gives `Empty`; check the address before you assign.
     Variant& select(const Path& path);
-    /// A stack of positions over this value, which must outlive it; `json/TreeIterator.h` says what
-    /// it is good for. Include that header where you call this.
+    /// A stack of positions over this value, which must outlive it. Include `json/TreeIterator.h`
+    /// where you call this.
+    /// Warning: it walks no tree. A loop of steps over a container that isn't empty uses up all
+    /// memory; to walk use `json::VariantIterator`.
     TreeIterator iterator() const;
 
     // ----- Sharing and bookkeeping ------------------------------------------ VariantSharing.cpp

@@ -42,6 +42,8 @@ bool Variant::copyForWrite(qx::IntrusiveObject* payload) const {
 
 // ----- Copy and release --------------------------------------------------------------------------
 
+// Intended: a copy is dirty, whatever its source is; null alone equals what a new value is.
+// Held by Variant.IsDirtyAfterCopyConstructionUnlessNull.
 void Variant::copyFrom(const Variant& source) {
     detach_owner();
     switch (source.type()) {
@@ -247,10 +249,14 @@ const boost::intrusive_ptr<qx::IntrusiveString>& Variant::constStringRef() const
     // Values whose payload is shared, schemas above all, may be read by several threads.
     static qx::detail::NeverDestroyed<qx::Mutex> mutex;
     const qx::detail::ProcessLock<qx::Mutex> lock(*mutex);
+    // Intended: a container whose elements changed without marking it keeps the text that it has.
+    // Held by VariantSharing.KeepsTheFirstPrintedTextOfAContainerWithoutASchema.
     if (resetPrintDirty() || !string_) string_ = isNull() ? new qx::IntrusiveString : print(false);
     return string_;
 }
 
+// Intended: of a value that is no String it is the printed text that is handed out for writing.
+// Held by Variant.EditsOnlyItsPrintedTextThroughAStringReference.
 const boost::intrusive_ptr<qx::IntrusiveString>& Variant::stringRef() {
     constStringRef();
     if (copyForWrite(string_.get())) string_ = new qx::IntrusiveString(*string_);

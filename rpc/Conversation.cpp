@@ -144,6 +144,8 @@ const Request& Conversation::subscribe2(const qx::IntrusiveString& method, const
 
 const Request& Conversation::repeat(long long id) {
     const qx::MutexLocker lock(mutex(), true);
+    // Intended: an unknown id leaves a blank entry behind.
+    // Held by Conversation.LeavesABlankEntryWhenItIsToRepeatAnUnknownId.
     const Request request = pendingRequests[id].request;
     if (!request.empty()) sendRequest(request);
     return storedOr(id, request);
@@ -266,6 +268,8 @@ void Conversation::handleParseResult(const Variant& value) {
     // erase the entry: both are copied before anyone is told.
     Response response(value);
     const std::int64_t id = response.referenceId().integerValue();
+    // Intended: the attachment stays for the responses that follow, until it is set to null.
+    // Held by ConversationReceiving.KeepsTheAttachmentUntilItIsSetToNull.
     if (attachmentData != nullptr) {
         const auto size = static_cast<unsigned int>(std::max(attachmentSize, std::int32_t{0}));
         detail::add_binary_attachment(response.objectValue(), attachmentData, size);

@@ -77,6 +77,8 @@ void JsonServer::sendResponse(const Response& response) {
     }
 }
 
+// Intended: it overrides nothing, so that a fault gets here only if a concrete server forwards it.
+// Held by JsonServer.ReportsAFaultForEachPieceUntilItIsForwarded.
 void JsonServer::handleParseError(const std::string& message) {
     std::cerr << message << "\n\n";
     parser.reset();

@@ -30,6 +30,8 @@ Variant new_document(const qx::Url& id, const std::string& title, const Variant&
 void adapt_parameter(Object& parameter, const std::string& tag, const std::string& title) {
     parameter.setValue("id", Variant(tag));
     parameter.setValue("title", Variant(title));
+    // Intended: "real" is a word of parameters only; in a result it names no kind.
+    // Held by MethodCatalogue.ARealResultIsAnUnknownWordThatTakesNothing.
     if (std::as_const(parameter)["type"] == "real") parameter.setValue("type", Variant("number"));
     parameter.rename("list", "enum");
     parameter.rename("min", "minimum");
@@ -64,6 +66,8 @@ bool Conversation::importMethodSchema(const Variant& entry) {
         }
     }
     const qx::IntrusiveString method(entry["method"].stringValue());
+    // Intended: a name that is there already is added again.
+    // Held by MethodCatalogue.ASecondAnswerDoublesTheNames.
     methodNames.push_back(method);
     const std::string& name = method;
 

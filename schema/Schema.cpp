@@ -337,7 +337,8 @@ std::int64_t Schema::maximum() const {
 
 std::int64_t Schema::divisibleBy() const { return number(keywords().divisibleBy, 0); }
 
-// The integer -1 is the largest unsigned number.
+// Intended: the integer -1 is the largest unsigned number.
+// Held by SchemaLoading.ANegativeCountIsAVeryLargeOne.
 std::uint64_t Schema::minItems() const {
     return static_cast<std::uint64_t>(number(keywords().minItems, 0));
 }

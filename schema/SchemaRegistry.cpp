@@ -55,6 +55,8 @@ void Schema::import(const qx::Url& url, boost::intrusive_ptr<Schema> schema) {
 bool Schema::import(boost::intrusive_ptr<Schema> schema) {
     if (!schema) return false;
     const qx::Url url = schema->absoluteUrl();
+    // Intended: children that were registered as the document was loaded stay.
+    // Held by SchemaRegistry.ADocumentWithoutAnIdIsRefusedButItsChildrenStay.
     if (url.empty()) {
         std::cerr << "warning: could not import, missing 'id'\n" << schema->definition() << '\n';
         return false;

@@ -17,7 +17,8 @@ void add_once(std::vector<Listener>& listeners, Listener listener) {
 
 /// Moves the listeners behind the given one to the front by one place.
 // Intended: the list keeps its length; the last place stays as it is, or emptied by the move.
-// Held by ConversationListeners.RemovingOneNeverShortensTheList.
+// Held by ConversationListeners.RemovingOneNeverShortensTheList and
+// JsonParser.RemovingAListenerNeverShortensTheList.
 template <typename Listener>
 void close_gap(std::vector<Listener>& listeners, const Listener& listener) {
     static_cast<void>(std::remove(listeners.begin(), listeners.end(), listener));

@@ -5,6 +5,8 @@
 
 namespace json::detail {
 
+// Intended: the name isn't escaped, so that "/", "?" and "#" in it mean what they mean in a URL.
+// Held by MethodCatalogue.NamesEnterTheUrlsAsTheyStand.
 qx::Url method_schema_url(const qx::IntrusiveString& method, const char* part) {
     static const qx::detail::NeverDestroyed<qx::Url> methods(Schema::applicationSchemaBaseUrl() /
                                                              "rpc/methods/");
