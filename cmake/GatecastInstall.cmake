@@ -10,7 +10,8 @@ foreach(layer core json schema rpc device)
         FILES_MATCHING PATTERN "*.h" PATTERN "detail" EXCLUDE)
 endforeach()
 # What a public template needs; scripts/check-consumers compiles every installed header alone.
-install(FILES core/detail/GroupedTable.h core/detail/NeverDestroyed.h
+install(FILES core/detail/GroupedTable.h core/detail/NeverDestroyed.h core/detail/ProcessLock.h
+    core/detail/SeededHash.h
     DESTINATION ${gatecast_headers}/core/detail)
 
 # The include directory is said here, so that another CMAKE_INSTALL_INCLUDEDIR is followed.

@@ -229,7 +229,8 @@ struct JsonParser::Stack {
     Variant& top() { return depth == 0 ? emptySlot : slots[depth - 1]; }
     Variant& pop() { return depth == 0 ? emptySlot : slots[--depth]; }
 
-    std::deque<Variant> slots{kFirstSlots}; // slots never move: readers hold on to the result
+    // Slots never move: readers hold on to the result.
+    std::deque<Variant> slots = std::deque<Variant>(kFirstSlots);
     std::uint64_t depth = 0;
     Variant emptySlot;
 };

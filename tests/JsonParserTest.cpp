@@ -490,6 +490,12 @@ TEST(JsonParser, ShowsTheFaultInsideTheTextThatItCameWith) {
               fault_of("[9223372036854775808]"));
 }
 
+// The tokenizer refuses it, although the printer writes it as the default of a bare integer schema.
+TEST(JsonParser, RefusesTheSmallestIntegerThatThePrinterWrites) {
+    EXPECT_EQ(0u, fault_of("[-9223372036854775808]").find("parse error: integer overflow\n"));
+    EXPECT_TRUE(JsonParser::parseTree("-9223372036854775807") == -9223372036854775807);
+}
+
 TEST(JsonParser, TellsFaultsApart) {
     const Row rows[] = {
         {"[1] [", "parse error: trailing garbage\n", "a second text"},

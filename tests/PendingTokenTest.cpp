@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 // A text in pieces: what a token that is cut costs, and that nobody can tell the cuts.
 #include "json/detail/PendingToken.h"
+#include "support/SortedText.h"
 #include "json/JsonParser.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <yajl/yajl_parse.h>
 
 #include <algorithm>
@@ -272,6 +275,30 @@ TEST(TextInPieces, ALongStringInSmallPiecesIsReadWhole) {
     ASSERT_EQ(1u, value.size());
     EXPECT_EQ(std::string(4 << 20, 'a') + "\n" + std::string(1000, 'b'),
               std::string(value[0].stringValue()));
+}
+
+// ----- Whose bytes they are ---------------------------------------------------------------------
+
+TEST(JsonParser, ReadsReadOnlyMemoryUpToItsLastByte) {
+    const std::string text = R"({"read only key":{"\u0061nother":[1,"text",12]}})";
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    // Behind the page lies nothing that could be read or written.
+    void* room =
+        ::mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(MAP_FAILED, room);
+    char* end = static_cast<char*>(room) + page;
+    ASSERT_EQ(0, ::mprotect(end, page, PROT_NONE));
+    for (std::size_t length = 0; length <= text.size(); ++length) {
+        ASSERT_EQ(0, ::mprotect(room, page, PROT_READ | PROT_WRITE));
+        std::copy_n(text.data(), length, end - length);
+        ASSERT_EQ(0, ::mprotect(room, page, PROT_READ));
+        JsonParser parser;
+        EXPECT_TRUE(parser.parse(end - length, static_cast<int>(length)));
+        EXPECT_TRUE(parser.parse(text.data() + length, static_cast<int>(text.size() - length)));
+        EXPECT_EQ(R"({"read only key":{"another":[1,"text",12]}})",
+                  test::sorted_text(parser.parseComplete()));
+    }
+    ::munmap(room, 2 * page);
 }
 
 // ----- Limits ------------------------------------------------------------------------------------
