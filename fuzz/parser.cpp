@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A text, read whole, in random pieces, byte by byte, as a stream and as the next one of a used
 // parser: the same events, values and errors each time, and no byte of the caller's is changed.
+// Limits hold in the same way.
 // What was read prints to a text that reads as the same value.
 
 #include "fuzz/support/Require.h"
@@ -87,6 +88,23 @@ void compare(const Outcome& expected, const Outcome& outcome, const char* promis
                   expected.events.front() + "\n" + outcome.events.front());
 }
 
+/// A text beyond a limit is a fault, whole and in pieces; one within is read as without limits.
+void read_limited(json::JsonParser& parser, Listener& listener, const std::string& text,
+                  const Outcome& whole, std::uint64_t seed) {
+    json::JsonParser::Limits limits;
+    if ((seed & 1) != 0) limits.bytes = 1 + seed / 2 % (text.size() + 2);
+    if ((seed & 2) != 0) limits.depth = 1 + seed / 4 % 6;
+    const bool within = (limits.bytes == 0 || text.size() <= limits.bytes) &&
+                        (limits.depth == 0 || fuzz::shape_of(whole.value).depth <= limits.depth);
+    parser.setLimits(limits);
+    for (const std::size_t largest : {std::size_t{1} << 20U, std::size_t{1}, std::size_t{9}}) {
+        const Outcome limited = read(parser, listener, text, largest, seed);
+        fuzz::require(limited.good == (whole.good && within), "limits hold, and nothing else");
+        if (limited.good) compare(whole, limited, "within limits as without");
+    }
+    parser.setLimits({});
+}
+
 void read_again(json::JsonParser& parser, Listener& listener, const json::Variant& value) {
     const fuzz::Shape shape = fuzz::shape_of(value);
     if (shape.depth > 127) return; // prints as null below
@@ -132,6 +150,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Outcome next = read(parser, listener, "{\"door\":[true,null]}", 5, seed);
     fuzz::require(next.good && fuzz::printed(next.value) == "{\"door\":[true,null]}",
                   "the next good text reads as if nothing had been");
+    read_limited(parser, listener, text, whole, seed);
     if (whole.good) read_again(parser, listener, whole.value);
     return 0;
 }
