@@ -693,6 +693,21 @@ TEST(Console, KeepsMessagesOfTheDeviceFromSteeringTheTerminal) {
               alone.printed());
 }
 
+TEST(Console, KnowsOnlySoManyMessagesOfAListThatIsTooLong) {
+    ConsoleAtStation at;
+    std::string rows;
+    for (int number = 1; number <= 10'001; ++number) {
+        rows +=
+            (number == 1 ? "" : ",") + ("{\"appl_sequence_no\": " + std::to_string(number)) + "}";
+    }
+    at.receive(R"({"result": [)" + rows + R"(], "id": 104})");
+    at.obey("play 10000");
+    EXPECT_EQ("", at.failed());
+    at.obey("play 10001");
+    EXPECT_EQ("error: there is no message \"10001\" in the list; \"mailbox\" reads it\n",
+              at.failed());
+}
+
 TEST(Console, DoesNotTakeARecordIdBelowZeroForTheLiveView) {
     ConsoleAtStation at;
     at.receive(R"({"result": [{"appl_sequence_no": 7, "rid": -1}], "id": 104})");

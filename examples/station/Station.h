@@ -39,9 +39,9 @@ struct Addressee {
 struct Settings {
     int versionMajor = 1; ///< 0 for the first kind; 1 and 2 for later ones
     int versionMinor = 2;
-    std::size_t viewers = 4;    ///< how many clients may watch the live view at the same time
-    std::size_t messages = 100; ///< how many messages a mail box keeps
-    double time = 1772616600;   ///< its clock at the beginning: 4 March 2026, 9:30
+    std::size_t viewers = 4;   ///< how many clients may watch the live view at the same time
+    std::size_t messages = 20; ///< how many messages a mail box keeps
+    double time = 1772616600;  ///< its clock at the beginning: 4 March 2026, 9:30
     std::vector<Addressee> addressBook = {{1, "555-0101", "Anna Quill", "ground floor"},
                                           {2, "555-0102", "Bert Rowan", "first floor"},
                                           {3, "555-0103", "Workshop", "yard"}};
