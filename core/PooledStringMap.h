@@ -84,16 +84,10 @@ public:
 
     /// First entry with the key's text, or `end()`.
     /// @{
-    iterator find(const char* key) {
-        const char* text = text_of(key);
-        return table_.find(text, detail::seeded_hash(text));
-    }
+    iterator find(const char* key) { return table_.find(text_of(key)); }
     iterator find(const IntrusiveString& key) { return find(key.c_str()); }
     iterator find(const Key& key) { return find(text_of(key)); }
-    const_iterator find(const char* key) const {
-        const char* text = text_of(key);
-        return table_.find(text, detail::seeded_hash(text));
-    }
+    const_iterator find(const char* key) const { return table_.find(text_of(key)); }
     const_iterator find(const IntrusiveString& key) const { return find(key.c_str()); }
     const_iterator find(const Key& key) const { return find(text_of(key)); }
     /// @}
@@ -211,7 +205,7 @@ protected:
     /// Adds an entry with no lookup of any kind: a key that is present gets a further entry.
     /// The key must be interned in the map's pool.
     iterator insert_new(const Key& key, const T& value) {
-        const iterator entry = table_.insert(key, value, detail::seeded_hash(text_of(key)));
+        const iterator entry = table_.insert(key, value);
         on_insert(entry);
         return entry;
     }

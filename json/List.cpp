@@ -84,9 +84,25 @@ Variant& List::select(const Path& path) { return path.evaluate(*this); }
 // Held by VariantSharing.LosesParentsStickinessAndOwnersWhenAListGrows.
 void List::push_back(const Variant& value) {
     const bool holdsThisList = value.isList() && value.value_.list == this;
-    elements_.push_back(holdsThisList ? value.withClonedContainer() : value);
+    if (holdsThisList || size() == elements_.capacity()) {
+        Variant copy(holdsThisList ? value.withClonedContainer() : value); // it may be an element
+        if (size() == elements_.capacity()) grow(std::max<std::size_t>(1, 2 * size()));
+        elements_.emplace_back(Variant::Relocation(), copy);
+    } else {
+        elements_.push_back(value);
+    }
     setDirty(true);
     update_schemas(size() - 1);
+}
+
+/// Each element is as after a copy and the end of the old one.
+void List::grow(std::size_t capacity) {
+    std::vector<Variant> larger;
+    larger.reserve(capacity);
+    for (Variant& element : elements_) {
+        larger.emplace_back(Variant::Relocation(), element);
+    }
+    elements_.swap(larger);
 }
 
 void List::appendLinked(const Variant& value) {
@@ -130,7 +146,7 @@ void List::makeRoom(std::size_t index) {
     if (index < elements_.capacity()) return;
     if (index >= elements_.max_size()) throw std::length_error("vector<T> too long");
     const std::size_t twice = std::min(elements_.capacity() * 2, elements_.max_size());
-    elements_.reserve(std::max(index + 1, twice));
+    grow(std::max(index + 1, twice));
 }
 
 void List::assign(std::size_t index, const Variant& value) {

@@ -157,6 +157,7 @@ protected:
 private:
     void appendLinked(const Variant& value);
     void makeRoom(std::size_t index);
+    void grow(std::size_t capacity);
     void removeAt(std::size_t index);
 
     std::vector<Variant> elements_;

@@ -3,6 +3,8 @@
 #include "schema/Schema.h"
 #include "json/Variant.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <iostream>
 #include <utility>
@@ -65,16 +67,21 @@ public:
     }
 
     void bindElements(json::List& list, std::size_t from) {
+        const Schema& schema = list.schema();
+        const bool free = schema.leavesElementsFree();
         for (std::size_t i = from; i < list.elements_.size(); ++i) {
-            attach(list.elements_[i], list.schema().at(i).get());
+            attach(list.elements_[i], free ? Schema::EmptyPtr.get() : schema.at(i).get());
         }
     }
 
     void bindEntries(json::Object& object, json::Object::iterator first,
                      json::Object::iterator last) {
         if (object.owner() == nullptr) return;
+        const Schema& schema = object.schema();
+        const bool free = schema.leavesPropertiesFree();
         for (; first != last; ++first) {
-            attach(first->second, object.schema().property(first->first).get());
+            attach(first->second,
+                   free ? Schema::EmptyPtr.get() : schema.property(first->first).get());
         }
     }
 
@@ -93,7 +100,7 @@ public:
     }
 
 private:
-    std::vector<const Variant*> waiting_;
+    boost::container::small_vector<const Variant*, 16> waiting_;
 };
 
 // ----- Variant -----------------------------------------------------------------------------------
@@ -196,6 +203,7 @@ const Variant& Object::auto_value_for(const Key& key) const {
 }
 
 void Object::update_schema(const iterator& entry) {
+    if (owner() == nullptr) return;
     auto next = entry;
     update_schemas(entry, ++next);
 }

@@ -115,14 +115,46 @@ Variant::Variant(qx::IntrusiveString* text) { assign(text, true); }
 Variant::Variant(json::Object* object) { assign(object, true); }
 Variant::Variant(json::List* list) { assign(list, true); }
 
-Variant::Variant(const Variant& source) { copyFrom(source); }
+Variant::Variant(const Variant& source) : schema_(source.schema_) {
+    // What `copyFrom` makes of a new value.
+    switch (source.type()) {
+    case Type::Null:
+        return;
+    case Type::Boolean:
+    case Type::Integer:
+    case Type::Real:
+        value_ = source.value_;
+        break;
+    case Type::String:
+        string_ = source.string_;
+        if (!string_) string_ = new String;
+        break;
+    case Type::Object:
+        value_.object = source.value_.object != nullptr ? source.value_.object : new json::Object;
+        value_.object->intrusive_add_ref();
+        break;
+    case Type::List:
+        value_.list = source.value_.list != nullptr ? source.value_.list : new json::List;
+        value_.list->intrusive_add_ref();
+        break;
+    }
+    setFlags(static_cast<int>(source.type()) | kDirty | kPrintDirty);
+}
+
+Variant::Variant(Relocation, Variant& source) noexcept {
+    const Type type = source.type();
+    source.detach_owner();
+    if (type == Type::String) string_.swap(source.string_);
+    schema_.swap(source.schema_);
+    value_ = std::exchange(source.value_, Storage{});
+    source.setFlags(0);
+    if (type != Type::Null) setFlags(static_cast<int>(type) | kDirty | kPrintDirty);
+}
 
 Variant::Variant(const Variant& source, bool autoValue) : Variant(source) {
     setAutoValue(autoValue);
     if (!string_) constStringRef();
 }
-
-Variant::~Variant() { release(); }
 
 // Intended: the second argument is no length, unlike that of the narrow form.
 // Held by Variant.TheFlagOfTheWideFromStringMarksAnAutoValueAndIsNoLength.

@@ -129,7 +129,9 @@ public:
     /// A shallow copy: shares the payload and the schema. It has no parent, is neither sticky
     /// nor an auto value, and is dirty unless it is null.
     Variant(const Variant& source);
-    ~Variant();
+    ~Variant() {
+        if (holdsContainer()) dropOwnContainer();
+    }
 
     static Variant fromBoolean(bool value) { return Variant(value); }
     static Variant fromInteger(std::int64_t value) { return Variant(value); }
@@ -494,6 +496,13 @@ public:
     /// Key of this very value in its object, null without an object.
     boost::intrusive_ptr<qx::IntrusiveString> keyInParent();
 
+    /// For lists that grow: like a copy of the source followed by its end, without a new count.
+    class Relocation {
+        friend class List;
+        Relocation() = default;
+    };
+    Variant(Relocation, Variant& source) noexcept;
+
     // ----- Text ------------------------------------------------------------------- ValueText.cpp
 
     /// JSON text, indented by a tab per level when `pretty`. The result has count 0: hand it to a
@@ -647,7 +656,8 @@ private:
     }
     void markAssigned(bool equal) noexcept;
     void leaveType(Type next);
-    bool holdsContainer() const noexcept;
+    bool holdsContainer() const noexcept { return isComposite() && value_.object != nullptr; }
+    void dropOwnContainer() noexcept;
     bool holds(const json::Object* object) const;
     bool holds(const json::List* list) const;
     void storeContainer(const boost::intrusive_ptr<json::Object>& object);

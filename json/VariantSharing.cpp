@@ -79,7 +79,10 @@ void Variant::release() {
     dropContainer();
 }
 
-bool Variant::holdsContainer() const noexcept { return isComposite() && value_.object != nullptr; }
+void Variant::dropOwnContainer() noexcept {
+    detach_owner();
+    dropContainer();
+}
 
 void Variant::storeContainer(const boost::intrusive_ptr<json::Object>& object) {
     if (value_.object == object.get()) return;

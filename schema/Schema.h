@@ -352,6 +352,7 @@ protected:
 
 private:
     friend void intrusive_ptr_release(Schema* schema);
+    friend class Variant;
 
     class Check;
     void check(const Variant& value, ValidationResult& result) const;
@@ -365,6 +366,13 @@ private:
     const qx::IntrusiveString& text(const Key& key) const;
     std::int64_t number(const Key& key, std::int64_t without) const;
     void loadKeywords(Loading& loading);
+    /// Whether `at` and `property` answer `EmptyPtr` for every place. For values.
+    /// @{
+    bool leavesElementsFree() const { return items_.empty() && additionalItems_ && ref_.empty(); }
+    bool leavesPropertiesFree() const {
+        return properties_.empty() && additionalAllowed_ && !additionalSchema_ && ref_.empty();
+    }
+    /// @}
     const Schema* referred(boost::intrusive_ptr<Schema>& held) const;
     bool report(ValidationResult& result, ValidationCode code, const Variant& value,
                 const Variant& detail = Variant::Empty) const;

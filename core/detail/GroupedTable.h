@@ -4,6 +4,7 @@
 
 #include "core/IntrusiveString.h"
 #include "core/StringPool.h"
+#include "core/detail/SeededHash.h"
 
 #include <boost/intrusive_ptr.hpp>
 
@@ -20,8 +21,9 @@ namespace qx::detail {
 /// of insertion, also after growth and in copies, and never move in memory.
 ///
 /// All nodes form one list, group behind group. The first node of a group, its leader, knows the
-/// last one and hangs in the chain of its bucket. A key is placed by identity and found by text.
-/// An empty table holds no memory.
+/// last one and hangs in the chain of its bucket, the latest in front. A key is placed by identity
+/// and found by text. A table of a few entries has one chain and no hashes, which is quicker and
+/// smaller; most objects are such.
 template <typename T>
 class GroupedTable {
 public:
@@ -30,14 +32,13 @@ public:
 
 private:
     struct Node {
-        Node(const Key& key, const T& value, std::size_t keyHash)
-            : hash(keyHash), entry(key, value) {}
+        Node(const Key& key, const T& value) : entry(key, value) {}
 
         Node* previous = nullptr;
         Node* next = nullptr;
         Node* chained = nullptr; // leaders only: the next leader in the bucket
         Node* last = nullptr;    // leaders only: the last node of the group
-        std::size_t hash;
+        std::size_t hash = 0;    // once there are buckets
         value_type entry;
     };
 
@@ -97,8 +98,7 @@ public:
 
     bool empty() const noexcept { return size_ == 0; }
     std::size_t size() const noexcept { return size_; }
-    /// Places for groups: 0 at first, then 11, then as many as keep the entries from outnumbering
-    /// them.
+    /// 0 for up to 8 entries, then as many as keep the entries from outnumbering them.
     std::size_t bucketCount() const noexcept { return bucketCount_; }
     iterator begin() noexcept { return iterator(first_); }
     iterator end() noexcept { return iterator(); }
@@ -107,18 +107,15 @@ public:
 
     /// First entry of the group whose key has that text.
     /// @{
-    iterator find(const char* text, std::size_t hash) {
-        return iterator(leader_by_text(text, hash));
-    }
-    const_iterator find(const char* text, std::size_t hash) const {
-        return const_iterator(leader_by_text(text, hash));
-    }
+    iterator find(const char* text) { return iterator(leader_by_text(text)); }
+    const_iterator find(const char* text) const { return const_iterator(leader_by_text(text)); }
     /// @}
 
     /// Adds an entry behind the last one of its key.
-    iterator insert(const Key& key, const T& value, std::size_t hash) {
-        std::unique_ptr<Node> node(new Node(key, value, hash));
-        if (size_ + 1 > bucketCount_) grow();
+    iterator insert(const Key& key, const T& value) {
+        std::unique_ptr<Node> node(new Node(key, value));
+        if (size_ >= kChained && size_ >= bucketCount_) grow();
+        node->hash = placing(key);
         return iterator(place(node.release()));
     }
 
@@ -138,6 +135,7 @@ public:
         Node* node = std::exchange(first_, nullptr);
         last_ = nullptr;
         size_ = 0;
+        chain_ = nullptr;
         bucketCount_ = 0;
         buckets_.reset();
         while (node != nullptr) {
@@ -148,25 +146,34 @@ public:
     void swap(GroupedTable& other) noexcept {
         std::swap(first_, other.first_);
         std::swap(last_, other.last_);
+        std::swap(chain_, other.chain_);
         std::swap(size_, other.size_);
         std::swap(bucketCount_, other.bucketCount_);
         buckets_.swap(other.buckets_);
     }
 
 private:
-    static constexpr std::size_t kFirstBuckets = 11;
+    static constexpr std::size_t kChained = 8; // entries that one chain holds
+    static constexpr std::size_t kFirstBuckets = 16;
 
-    Node*& bucket(std::size_t hash) const { return buckets_[hash % bucketCount_]; }
-
-    static bool has_text(const Node* node, const char* text) {
-        const char* own = node->entry.first ? node->entry.first->c_str() : "";
-        return std::strcmp(own, text) == 0;
+    static const char* text_of(const Key& key) { return key ? key->c_str() : ""; }
+    /// Where a key goes, once there are buckets.
+    std::size_t placing(const Key& key) const {
+        return bucketCount_ == 0 ? 0 : seeded_hash(text_of(key));
     }
 
-    Node* leader_by_text(const char* text, std::size_t hash) const {
+    /// Their number is a power of two.
+    Node*& bucket(std::size_t hash) {
+        return bucketCount_ == 0 ? chain_ : buckets_[hash & (bucketCount_ - 1)];
+    }
+    Node* bucket(std::size_t hash) const { return const_cast<GroupedTable*>(this)->bucket(hash); }
+
+    Node* leader_by_text(const char* text) const {
         if (size_ == 0) return nullptr;
+        const std::size_t hash = bucketCount_ == 0 ? 0 : seeded_hash(text);
         Node* leader = bucket(hash);
-        while (leader != nullptr && !(leader->hash == hash && has_text(leader, text))) {
+        while (leader != nullptr &&
+               !(leader->hash == hash && std::strcmp(text_of(leader->entry.first), text) == 0)) {
             leader = leader->chained;
         }
         return leader;
@@ -240,24 +247,38 @@ private:
         *link = heir;
     }
 
-    void grow() { rehash(bucketCount_ == 0 ? kFirstBuckets : bucketCount_ * 2 + 1); }
-
-    void rehash(std::size_t count) {
-        buckets_.reset(new Node*[count]());
-        bucketCount_ = count;
+    void grow() {
+        const bool chained = bucketCount_ == 0;
+        makeBuckets(chained ? kFirstBuckets : bucketCount_ * 2);
         for (Node* leader = first_; leader != nullptr; leader = leader->last->next) {
+            if (chained) hashGroup(leader);
             lead(leader, leader->last);
         }
+    }
+
+    void hashGroup(Node* leader) {
+        const std::size_t hash = placing(leader->entry.first);
+        for (Node* node = leader; node != leader->last->next; node = node->next) {
+            node->hash = hash;
+        }
+    }
+
+    void makeBuckets(std::size_t count) {
+        if (count == 0) return;
+        buckets_.reset(new Node*[count]());
+        bucketCount_ = count;
+        chain_ = nullptr;
     }
 
     /// Copies the entries in their order with their stored hashes.
     void append(const GroupedTable& source) {
         if (source.size_ == 0) return;
-        rehash(source.bucketCount_);
+        makeBuckets(source.bucketCount_);
         Node* leader = nullptr;
         try {
             for (const Node* node = source.first_; node != nullptr; node = node->next) {
-                Node* copy = new Node(node->entry.first, node->entry.second, node->hash);
+                Node* copy = new Node(node->entry.first, node->entry.second);
+                copy->hash = node->hash;
                 if (node->last != nullptr) leader = copy;
                 append_to_group(leader, copy);
             }
@@ -269,6 +290,7 @@ private:
 
     Node* first_ = nullptr;
     Node* last_ = nullptr;
+    Node* chain_ = nullptr; // of all leaders, while there are no buckets
     std::size_t size_ = 0;
     std::size_t bucketCount_ = 0;
     std::unique_ptr<Node*[]> buckets_;
