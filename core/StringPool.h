@@ -9,6 +9,7 @@
 #include <boost/intrusive_ptr.hpp>
 #include <boost/unordered_set.hpp>
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <mutex>
@@ -67,9 +68,15 @@ public:
     const Pointer& intern(std::string_view key) {
         key = key.substr(0, key.find('\0'));
         const detail::ProcessLock<std::mutex> lock(mutex_);
-        const auto found = strings_.find(key, TextHash(), TextEquals());
-        if (found != strings_.end()) return *found;
-        return *strings_.insert(Pointer(new S(key.data(), key.size()))).first;
+        // Documents repeat few keys: most of them are found without a hash.
+        const Pointer*& recent = recent_[shape(key)];
+        if (recent != nullptr && view(*recent) == key) return *recent;
+        auto found = strings_.find(key, TextHash(), TextEquals());
+        if (found == strings_.end()) {
+            found = strings_.insert(Pointer(new S(key.data(), key.size()))).first;
+        }
+        recent = &*found;
+        return *found;
     }
     /// @}
 
@@ -87,6 +94,18 @@ public:
 
 private:
     static constexpr std::size_t kFirstBuckets = 11;
+
+    static constexpr std::size_t kRecent = 256;
+
+    /// Tells apart most of the keys of a document by their lengths and a few characters.
+    static std::size_t shape(std::string_view key) noexcept {
+        if (key.empty()) return 0;
+        const auto at = [&](std::size_t index) {
+            return static_cast<std::size_t>(static_cast<unsigned char>(key[index]));
+        };
+        return (key.size() + 7 * at(0) + 31 * at(key.size() / 2) + 127 * at(key.size() - 1)) %
+               kRecent;
+    }
 
     static std::string_view view(const Pointer& key) noexcept {
         return {key->c_str(), key->length()};
@@ -112,7 +131,8 @@ private:
     };
 
     mutable std::mutex mutex_;
-    boost::unordered_set<Pointer, TextHash, TextEquals> strings_;
+    boost::unordered_set<Pointer, TextHash, TextEquals> strings_; // entries never move
+    std::array<const Pointer*, kRecent> recent_{};                // the latest of each shape
 };
 
 /// The pool of keys of the whole program, built on first use and never destroyed.

@@ -9,6 +9,12 @@
 
 namespace json {
 
+namespace {
+
+constexpr std::size_t kFirstCapacity = 2; // most lists of a text that aren't empty are pairs or more
+
+} // namespace
+
 // ----- Construction ------------------------------------------------------------------------------
 
 List::List() = default;
@@ -86,7 +92,7 @@ void List::push_back(const Variant& value) {
     const bool holdsThisList = value.isList() && value.value_.list == this;
     if (holdsThisList || size() == elements_.capacity()) {
         Variant copy(holdsThisList ? value.withClonedContainer() : value); // it may be an element
-        if (size() == elements_.capacity()) grow(std::max<std::size_t>(1, 2 * size()));
+        if (size() == elements_.capacity()) grow(std::max(kFirstCapacity, 2 * size()));
         elements_.emplace_back(Variant::Relocation(), copy);
     } else {
         elements_.push_back(value);
