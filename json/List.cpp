@@ -11,7 +11,8 @@ namespace json {
 
 namespace {
 
-constexpr std::size_t kFirstCapacity = 2; // most lists of a text that aren't empty are pairs or more
+constexpr std::size_t kFirstCapacity =
+    2; // most lists of a text that aren't empty are pairs or more
 
 } // namespace
 
