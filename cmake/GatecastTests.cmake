@@ -23,7 +23,7 @@ endfunction()
 
 # One program of GoogleTest; ctest knows each of its tests by name, and by the program as label.
 function(gatecast_add_tests program)
-    add_executable(${program} ${ARGN})
+    add_executable(${program} ${ARGN} ${PROJECT_SOURCE_DIR}/tests/support/CommaEnvironment.cpp)
     target_link_libraries(${program} PRIVATE gatecast::gatecast GTest::gmock GTest::gtest_main)
     target_include_directories(${program} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     add_dependencies(${program} test_locale)
