@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "core/detail/Place.h"
 #include "json/Variant.h"
-
-#include <new>
 
 namespace json {
 
@@ -25,37 +24,28 @@ struct VariantConstants {
 
 namespace {
 
-/// A place that is bound to the references below before any code runs, and never destroyed.
-union Place {
-    constexpr Place() : nothing() {}
-    ~Place() {}
-    char nothing;
-    VariantConstants constants;
-};
-
-Place place;
+qx::detail::Place<VariantConstants> place;
 
 struct Builder {
-    Builder() { ::new (static_cast<void*>(&place.constants)) VariantConstants; }
+    Builder() { place.build(); }
 };
 
-// Before the static objects of an application, also when the library is linked statically.
 [[gnu::init_priority(101)]] Builder builder;
 
 } // namespace
 
-const Variant& Variant::Empty = place.constants.empty;
-const Variant& Variant::Null = place.constants.null;
-const Variant& Variant::EmptyAutoValue = place.constants.emptyAutoValue;
-const Variant& Variant::True = place.constants.isTrue;
-const Variant& Variant::False = place.constants.isFalse;
-const Variant& Variant::EmptyString = place.constants.emptyString;
-const Variant& Variant::EmptyList = place.constants.emptyList;
-const Variant& Variant::EmptyObject = place.constants.emptyObject;
+const Variant& Variant::Empty = place.content.empty;
+const Variant& Variant::Null = place.content.null;
+const Variant& Variant::EmptyAutoValue = place.content.emptyAutoValue;
+const Variant& Variant::True = place.content.isTrue;
+const Variant& Variant::False = place.content.isFalse;
+const Variant& Variant::EmptyString = place.content.emptyString;
+const Variant& Variant::EmptyList = place.content.emptyList;
+const Variant& Variant::EmptyObject = place.content.emptyObject;
 
 /// The marked twin of a constant, any other value itself: constants never change, not even a mark.
 const Variant& Variant::markedTwin(const Variant& constant) {
-    const VariantConstants& constants = place.constants;
+    const VariantConstants& constants = place.content;
     if (&constant == &constants.isFalse) return constants.autoFalse;
     if (&constant == &constants.emptyString) return constants.autoEmptyString;
     if (&constant == &constants.emptyList) return constants.autoEmptyList;

@@ -2,10 +2,10 @@
 #include "schema/Schema.h"
 
 #include "core/detail/NeverDestroyed.h"
+#include "core/detail/Place.h"
 #include "json/JsonParser.h"
 
 #include <limits>
-#include <new>
 #include <utility>
 
 namespace json {
@@ -14,29 +14,18 @@ namespace json {
 
 namespace {
 
-/// A place that is bound to the references below before any code runs, and never destroyed.
-template <typename T>
-union Place {
-    constexpr Place() : nothing() {}
-    ~Place() {}
-    char nothing;
-    T content;
-};
-
-Place<const Schema> empty_place;
-Place<const boost::intrusive_ptr<Schema>> empty_pointer_place;
+qx::detail::Place<const Schema> empty_place;
+qx::detail::Place<const boost::intrusive_ptr<Schema>> empty_pointer_place;
 const boost::intrusive_ptr<Schema> null_pointer;
 
 struct Builder {
     Builder() {
-        ::new (const_cast<Schema*>(&empty_place.content)) Schema;
-        ::new (const_cast<boost::intrusive_ptr<Schema>*>(&empty_pointer_place.content))
-            boost::intrusive_ptr<Schema>(new Schema);
+        empty_place.build();
+        empty_pointer_place.build(new Schema);
     }
 };
 
-// Behind the constants of values and before the static objects of an application, also when the
-// library is linked statically.
+// Behind the constants of values.
 [[gnu::init_priority(102)]] Builder builder;
 
 /// The words of a document, interned once.
