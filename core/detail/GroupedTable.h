@@ -157,6 +157,10 @@ private:
     static constexpr std::size_t kFirstBuckets = 16;
 
     static const char* text_of(const Key& key) { return key ? key->c_str() : ""; }
+    static bool has_text(const Node* node, const char* text) {
+        const char* own = text_of(node->entry.first);
+        return *own == *text && std::strcmp(own, text) == 0; // the first byte tells most apart
+    }
     /// Where a key goes, once there are buckets.
     std::size_t placing(const Key& key) const {
         return bucketCount_ == 0 ? 0 : seeded_hash(text_of(key));
@@ -172,8 +176,7 @@ private:
         if (size_ == 0) return nullptr;
         const std::size_t hash = bucketCount_ == 0 ? 0 : seeded_hash(text);
         Node* leader = bucket(hash);
-        while (leader != nullptr &&
-               !(leader->hash == hash && std::strcmp(text_of(leader->entry.first), text) == 0)) {
+        while (leader != nullptr && !(leader->hash == hash && has_text(leader, text))) {
             leader = leader->chained;
         }
         return leader;
