@@ -16,14 +16,11 @@ namespace {
 
 using Result = Schema::ValidationResult;
 
-/// References, extensions, alternatives and schema dependencies that may follow each other at one
-/// value. One more is a schema that comes back to itself.
-constexpr int kHopsWithoutProgress = 10000;
-/// So many of them are forgiven with each step deeper into the value.
-constexpr int kHopsForgiven = 100;
 /// Nodes of schemas that a check may visit for each node of the value, so that references which
 /// branch and branch again come to an end.
 constexpr std::uint64_t kVisitsPerNode = 10000;
+/// Looking through so many schemas for one that comes back counts as a visit.
+constexpr std::size_t kLooksPerVisit = 64;
 
 std::size_t bit(Type type) { return static_cast<std::size_t>(type); }
 
@@ -56,12 +53,14 @@ public:
 
     bool run(const Schema& schema, const Variant& value) {
         root_ = &value;
-        frames_.emplace_back(schema, nullptr, value, 0);
+        frames_.emplace_back(schema, nullptr, value, 0, 0);
+        trail_.push_back(&schema);
         bool passed = true;
         while (!frames_.empty() && !aborted_) {
             const Verdict verdict = advance(frames_.back(), passed);
             if (verdict == Verdict::Wait) continue;
             passed = verdict == Verdict::Pass;
+            trail_.resize(frames_.back().trailEnd);
             frames_.pop_back();
         }
         return passed && !aborted_;
@@ -73,13 +72,15 @@ private:
 
     struct Frame {
         Frame(const Schema& checking, boost::intrusive_ptr<Schema> holder, const Variant& checked,
-              int hopsSoFar)
-            : schema(&checking), held(std::move(holder)), value(&checked), hops(hopsSoFar) {}
+              std::size_t begin, std::size_t end)
+            : schema(&checking), held(std::move(holder)), value(&checked), trailBegin(begin),
+              trailEnd(end) {}
 
         const Schema* schema;
         boost::intrusive_ptr<Schema> held; // null for a schema that its parent or caller holds
         const Variant* value;
-        int hops; // since the value got deeper
+        std::size_t trailBegin; // of the schemas that look at this value
+        std::size_t trailEnd;   // what the trail is cut to when this frame is done
         Step step = Step::Begin;
         std::size_t next = 0;         // of the extensions, alternatives or items
         Object::const_iterator entry; // of an object
@@ -125,7 +126,7 @@ private:
     Verdict follow(Frame& frame) {
         boost::intrusive_ptr<Schema> found = find(frame, frame.schema->ref_);
         if (!found) return Verdict::Fail;
-        ++frame.hops;
+        trail_.push_back(found.get());
         frame.schema = found.get();
         frame.held = std::move(found);
         return Verdict::Wait;
@@ -245,8 +246,9 @@ private:
                  boost::intrusive_ptr<Schema> held = nullptr) {
         frame.step = step;
         const Variant& value = *frame.value;
-        const int hops = frame.hops + 1;
-        frames_.emplace_back(schema, std::move(held), value, hops); // moves the frames
+        const std::size_t begin = frame.trailBegin;
+        frames_.emplace_back(schema, std::move(held), value, begin, trail_.size()); // moves them
+        trail_.push_back(&schema);
         return Verdict::Wait;
     }
 
@@ -255,16 +257,26 @@ private:
                     const Variant& value) {
         frame.step = step;
         const Schema& node = *schema;
-        const int hops = std::max(0, frame.hops - kHopsForgiven);
-        frames_.emplace_back(node, std::move(schema), value, hops); // moves the frames
+        const std::size_t begin = trail_.size();
+        frames_.emplace_back(node, std::move(schema), value, begin, begin); // moves the frames
+        trail_.push_back(&node);
         return Verdict::Wait;
     }
 
+    /// The schema of the URL. Null, and a fault is left, where there is none, and where it looks
+    /// at this very value already: it would come back for ever.
     boost::intrusive_ptr<Schema> find(const Frame& frame, const qx::Url& url) {
         reference_ = &url;
         boost::intrusive_ptr<Schema> found = resolve(url, frame.schema->context_);
+        if (found && looksAlready(frame, *found)) found.reset();
         if (!found) reportReference(frame);
         return found;
+    }
+
+    bool looksAlready(const Frame& frame, const Schema& schema) {
+        const auto begin = trail_.begin() + static_cast<std::ptrdiff_t>(frame.trailBegin);
+        visits_ += static_cast<std::size_t>(trail_.end() - begin) / kLooksPerVisit;
+        return std::find(begin, trail_.end(), &schema) != trail_.end();
     }
 
     void reportReference(const Frame& frame) {
@@ -272,14 +284,12 @@ private:
                              static_cast<const char*>(*reference_));
     }
 
-    /// False, and the whole check ends, where references lead in circles.
+    /// False, and the whole check ends, where references go on and on.
     bool mayVisit(const Frame& frame) {
         ++visits_;
         // Without references the document bounds the visits.
         if (reference_ == nullptr) return true;
-        if (frame.hops <= kHopsWithoutProgress && (visits_ <= allowed_ || raiseAllowance())) {
-            return true;
-        }
+        if (visits_ <= allowed_ || raiseAllowance()) return true;
         reportReference(frame);
         aborted_ = true;
         return false;
@@ -295,6 +305,8 @@ private:
     Result& result_;
     const Variant* root_ = nullptr;
     boost::container::small_vector<Frame, 8> frames_;
+    /// The schemas that the frames look by, and those that led there: the path to the present one.
+    boost::container::small_vector<const Schema*, 16> trail_;
     const qx::Url* reference_ = nullptr; // the last one that was followed; its schema lives on
     std::uint64_t visits_ = 0;
     std::uint64_t allowed_ = kVisitsPerNode;
