@@ -9,13 +9,6 @@
 
 namespace json {
 
-namespace {
-
-constexpr std::size_t kFirstCapacity =
-    2; // most lists of a text that aren't empty are pairs or more
-
-} // namespace
-
 // ----- Construction ------------------------------------------------------------------------------
 
 List::List() = default;
@@ -93,7 +86,7 @@ void List::push_back(const Variant& value) {
     const bool holdsThisList = value.isList() && value.value_.list == this;
     if (holdsThisList || size() == elements_.capacity()) {
         Variant copy(holdsThisList ? value.withClonedContainer() : value); // it may be an element
-        if (size() == elements_.capacity()) grow(std::max(kFirstCapacity, 2 * size()));
+        if (size() == elements_.capacity()) grow(std::max<std::size_t>(1, 2 * size()));
         elements_.emplace_back(Variant::Relocation(), copy);
     } else {
         elements_.push_back(value);
@@ -102,7 +95,8 @@ void List::push_back(const Variant& value) {
     update_schemas(size() - 1);
 }
 
-/// Each element is as after a copy and the end of the old one.
+/// By the steps of the standard vector, which can be told by the links: each element is as after a
+/// copy and the end of the old one.
 void List::grow(std::size_t capacity) {
     std::vector<Variant> larger;
     larger.reserve(capacity);

@@ -707,6 +707,20 @@ TEST(VariantSharing, LosesParentsStickinessAndOwnersWhenAListGrows) {
     EXPECT_TRUE(is_sticky(last));
 }
 
+// Growth goes 1, 2, 4, 8, as that of the standard vector: who counts links counts on it.
+TEST(VariantSharing, KeepsTheParentsOfTheElementsBehindTheLastGrowth) {
+    json::List list;
+    std::string linked;
+    for (int i = 0; i < 9; ++i) {
+        list << Variant(i);
+        for (const Variant& element : std::as_const(list)) {
+            linked += element.hasParent() ? '1' : '0';
+        }
+        linked += ' ';
+    }
+    EXPECT_EQ("1 01 001 0011 00001 000011 0000111 00001111 000000001 ", linked);
+}
+
 // --- Printed text
 
 TEST(VariantSharing, PrintsANumberOnceUntilItChanges) {
