@@ -211,6 +211,20 @@ TEST(MailBoxEntry, LeavesTheListThatItsRowStandsInAsItIs) {
     EXPECT_EQ(R"([{"alarmimage":"12"},null])", sorted_text(rows));
 }
 
+TEST(MailBoxEntry, StandsADeeplyNestedRow) {
+    constexpr int depth = 50000;
+    const std::string nested = std::string(depth, '[') + std::string(depth, ']');
+    for (const char* const key : {"events", "alarmimage", "timestamp", "appl_camera_id", "rid",
+                                  "appl_sequence_no", "endfilter"}) {
+        const MailBoxEntry entry(value_of("{\"" + std::string(key) + "\":" + nested + "}"));
+        const MailBoxEntry copy(entry.record());
+        EXPECT_TRUE(entry == copy) << key;
+        EXPECT_EQ(0u, entry.sequenceNo()) << key;
+        EXPECT_EQ(0.0, entry.timestamp()) << key;
+        EXPECT_EQ(std::string(key) == "endfilter", !entry.endFilter().empty()) << key;
+    }
+}
+
 // ----- Normalising -------------------------------------------------------------------------------
 
 TEST(MailBoxEntry, TakesTheSequenceNumberFromTheDigitsOfTheAlarmImage) {

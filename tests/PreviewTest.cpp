@@ -160,6 +160,16 @@ TEST(Preview, OfANegativeKeyIsOneOfTheLiveView) {
     EXPECT_THAT(phone.previewRequestByKey, IsEmpty());
 }
 
+// A message of the largest key and the live view have one place in the cache.
+TEST(Preview, OfTheLargestKeyIsOneOfAMessageInThePlaceOfTheLiveView) {
+    Phone phone;
+    phone.downloadMailPreviewImage(9223372036854775807LL, 1, 2, true);
+    answer(phone, 1000, "picture");
+    EXPECT_THAT(phone.told, ElementsAre("mailPreviewReady(9223372036854775807, picture)"));
+    EXPECT_EQ("picture", *phone.downloadLivePreviewImage(1, 2, true));
+    EXPECT_EQ(1u, phone.sent.size());
+}
+
 TEST(Preview, ArrivesInAnotherOrderThanItWasAskedFor) {
     Phone phone;
     for (const long long key : {10, 11, 12}) {
