@@ -193,13 +193,16 @@ TEST(MailBoxEntry, ShowsAChangeOfTheSourceInItsCopies) {
 }
 
 TEST(MailBoxEntry, CopiesItsRowAtEveryDepth) {
-    Variant row = value_of(R"({"alarmimage":"12.5","events":[{"kind":"bell"}]})");
-    const MailBoxEntry entry(row);
+    Variant row = value_of(R"({"alarmimage":"12.5","events":[{"kind":"ring"}]})");
+    row["events"][0]["kind"] = "bell"; // from here on a change of the row is one in its place
+    MailBoxEntry entry(row);
     row["events"][0]["kind"] = "motion";
     EXPECT_EQ(R"({"alarmimage":"12.5","events":[{"kind":"motion"}]})", sorted_text(row));
     EXPECT_EQ(R"({"alarmimage":"12.5","appl_event_index":0,"appl_sequence_no":12,)"
               R"("events":[{"kind":"bell"}],"timestamp":0.0})",
               sorted_text(entry.record()));
+    entry.record()["events"][0]["kind"] = "alarm";
+    EXPECT_EQ(R"({"alarmimage":"12.5","events":[{"kind":"motion"}]})", sorted_text(row));
 }
 
 TEST(MailBoxEntry, LeavesTheListThatItsRowStandsInAsItIs) {
@@ -243,6 +246,8 @@ TEST(MailBoxEntry, TakesTheSequenceNumberFromTheDigitsOfTheAlarmImage) {
         {R"("99999999999999999999.1")", "9223372036854775807"},
         {R"("12\u000034")", "12"},
         {R"(77.5)", "77"},
+        {R"(1e300)", "1"},
+        {R"(true)", "0"},
         {R"([5])", "0"},
         {R"(null)", "0"},
     };

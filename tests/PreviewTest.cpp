@@ -151,6 +151,14 @@ TEST(Preview, OfTheLiveViewArrivesUnderItsOneEntry) {
     EXPECT_EQ(1u, phone.previewCache->size());
 }
 
+TEST(Preview, OfTheKeyZeroIsOneOfAMessage) {
+    Phone phone;
+    phone.downloadMailPreviewImage(0, 1, 2, true);
+    answer(phone, 1000, "picture");
+    EXPECT_THAT(phone.told, ElementsAre("mailPreviewReady(0, picture)"));
+    EXPECT_EQ("picture", *cached(phone, 0));
+}
+
 TEST(Preview, OfANegativeKeyIsOneOfTheLiveView) {
     Phone phone;
     phone.downloadMailPreviewImage(-5, 1, 2, true);
