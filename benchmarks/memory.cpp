@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+// How much of the heap does a document hold, and how often is the heap asked? Counted, not timed:
+// the figures are the counters "bytes", "per_byte" (of text) and "allocations".
+#include "support/Memory.h"
+#include "device/GatecastConversation.h"
+#include "peers/Peer.h"
+#include "support/Corpora.h"
+#include "support/Station.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <string>
+
+namespace {
+
+using bench::CountingClient;
+
+/// What the document of a text holds. A key that is interned for it counts too; what the library
+/// builds once for the process doesn't.
+void heap_of(benchmark::State& state, const bench::Peer& peer, const std::string& text) {
+    struct Measured {
+        bench::Memory before;
+        bench::Memory held;
+    };
+    Measured measured{};
+    const auto look = [](void* context) {
+        static_cast<Measured*>(context)->held = bench::memory();
+    };
+    peer.hold("[{\"id\":1.5},\"text\"]", look, &measured); // what is built on first use is built
+    for ([[maybe_unused]] auto _ : state) {
+        measured.before = bench::memory();
+        peer.hold(text, look, &measured);
+    }
+    const auto bytes = static_cast<double>(measured.held.liveBytes - measured.before.liveBytes);
+    state.counters["bytes"] = bytes;
+    state.counters["per_byte"] = bytes / static_cast<double>(text.size());
+    state.counters["allocations"] =
+        static_cast<double>(measured.held.allocations - measured.before.allocations);
+}
+
+/// How many blocks the operation asks for, on average of many after the first ones.
+template <typename Operation>
+void count_allocations(benchmark::State& state, Operation operation) {
+    constexpr int kRounds = 1000;
+    for (int i = 0; i < 100; ++i) {
+        operation();
+    }
+    for ([[maybe_unused]] auto _ : state) {
+        const std::size_t before = bench::memory().allocations;
+        for (int i = 0; i < kRounds; ++i) {
+            operation();
+        }
+        state.counters["allocations"] =
+            static_cast<double>(bench::memory().allocations - before) / kRounds;
+    }
+}
+
+json::Variant arguments() {
+    json::Variant arguments;
+    arguments << json::Variant("door") << 3;
+    return arguments;
+}
+
+void allocations_of_call_out(benchmark::State& state) {
+    CountingClient client;
+    bench::tell_methods(client, 30);
+    const qx::IntrusiveString method("method_7");
+    const json::Variant params = arguments();
+    count_allocations(state, [&] { client.call(method, params, 1000); });
+}
+
+void allocations_of_call_with_answer(benchmark::State& state) {
+    CountingClient client;
+    bench::tell_methods(client, 30);
+    const qx::IntrusiveString method("method_7");
+    const json::Variant params = arguments();
+    const std::string answer = R"({"result":true,"error":null,"id":1000})";
+    count_allocations(state, [&] {
+        client.call(method, params, 1000);
+        client.receive(answer);
+    });
+}
+
+void allocations_of_event(benchmark::State& state) {
+    CountingClient client;
+    client.subscribe("subscription", json::Variant("door"), 101);
+    const std::string& event = bench::made("event");
+    count_allocations(state, [&] { client.receive(event); });
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    for (const bench::Corpus& corpus : bench::corpora()) {
+        for (const bench::Peer& peer : bench::peers()) {
+            if (peer.hold == nullptr) continue;
+            benchmark::RegisterBenchmark(
+                ("heap/" + corpus.name + '/' + peer.name).c_str(),
+                [&](benchmark::State& state) { heap_of(state, peer, corpus.text); })
+                ->Iterations(1);
+        }
+    }
+    benchmark::RegisterBenchmark("allocations/call_out/gatecast", allocations_of_call_out)
+        ->Iterations(1);
+    benchmark::RegisterBenchmark("allocations/call_with_answer/gatecast",
+                                 allocations_of_call_with_answer)
+        ->Iterations(1);
+    benchmark::RegisterBenchmark("allocations/event/gatecast", allocations_of_event)->Iterations(1);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
