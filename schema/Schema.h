@@ -272,9 +272,9 @@ public:
     /// that its next check overwrites. After a pass `path` may still hold steps of an alternative
     /// that failed. The value may lie in the last result.
     /// Warning: a text that isn't base64 under that format passes; see docs/schemas.md.
-    /// Bad input: a null pointer counts as `Variant::Empty`. A reference to a schema that is looking
-    /// at this very value already, and would come back for ever, is reported as `SchemaNotFound`
-    /// with its URL; of the schemas that "type" lists only that one fails.
+    /// Bad input: a null pointer counts as `Variant::Empty`. A reference to a schema that is
+    /// looking at this very value already, and would come back for ever, is reported as
+    /// `SchemaNotFound` with its URL; of the schemas that "type" lists only that one fails.
     /// @{
     const ValidationResult& validate(const Variant& value) const;
     const ValidationResult& validate(const Variant* value) const;
