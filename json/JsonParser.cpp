@@ -9,9 +9,9 @@
 #include <yajl/yajl_parse.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
-#include <deque>
 #include <exception>
 #include <istream>
 #include <new>
@@ -210,7 +210,6 @@ const yajl_callbacks JsonParser::Tokenizer::callbacks = {
 
 namespace {
 
-constexpr std::size_t kFirstSlots = 40;
 constexpr int kChunkBytes = 160;
 
 JsonParser& parser_of(void* context) { return *static_cast<JsonParser*>(context); }
@@ -218,21 +217,55 @@ JsonParser& parser_of(void* context) { return *static_cast<JsonParser*>(context)
 } // namespace
 
 /// The open containers, outermost first, an open object followed by its pending key; the finished
-/// value stays in the lowest slot. Slots keep their values until they are used again.
+/// value stays in the lowest slot. Slots keep their values until they are used again, and never
+/// move: readers hold on to the result.
 struct JsonParser::Stack {
-    Variant& claim() {
-        while (depth >= slots.size()) {
-            slots.push_back(Variant::Empty);
+    Stack() { rows_.push_back(std::make_unique<Row>()); }
+    Stack(const Stack& source) : row_(source.row_), used_(source.used_), depth_(source.depth_) {
+        for (const std::unique_ptr<Row>& row : source.rows_) {
+            rows_.push_back(std::make_unique<Row>(*row));
         }
-        return slots[depth++];
     }
-    Variant& top() { return depth == 0 ? emptySlot : slots[depth - 1]; }
-    Variant& pop() { return depth == 0 ? emptySlot : slots[--depth]; }
+    Stack& operator=(const Stack&) = delete;
 
-    // Slots never move: readers hold on to the result.
-    std::deque<Variant> slots = std::deque<Variant>(kFirstSlots);
-    std::uint64_t depth = 0;
-    Variant emptySlot;
+    Variant& claim() {
+        if (used_ == kRowSlots) {
+            if (row_ + 1 == rows_.size()) rows_.push_back(std::make_unique<Row>());
+            ++row_;
+            used_ = 0;
+        }
+        ++depth_;
+        return (*rows_[row_])[used_++];
+    }
+    Variant& top() { return depth_ == 0 ? emptySlot_ : (*rows_[row_])[used_ - 1]; }
+    Variant& pop() {
+        if (depth_ == 0) return emptySlot_;
+        Variant& popped = top();
+        --depth_;
+        if (--used_ == 0 && row_ > 0) {
+            --row_;
+            used_ = kRowSlots;
+        }
+        return popped;
+    }
+    void clear() noexcept {
+        row_ = 0;
+        used_ = 0;
+        depth_ = 0;
+    }
+
+    std::uint64_t depth() const noexcept { return depth_; }
+    std::size_t slotCount() const noexcept { return rows_.size() * kRowSlots; }
+
+private:
+    static constexpr std::size_t kRowSlots = 40;
+    using Row = std::array<Variant, kRowSlots>;
+
+    std::vector<std::unique_ptr<Row>> rows_;
+    std::size_t row_ = 0;  // of the slot on top
+    std::size_t used_ = 0; // slots of that row; 0 in an empty stack only
+    std::uint64_t depth_ = 0;
+    Variant emptySlot_;
 };
 
 Variant& JsonParser::claim() {
@@ -246,7 +279,7 @@ Variant& JsonParser::claim() {
 }
 
 bool JsonParser::pushValue(const Variant& value) {
-    if (stack_->depth == 0) {
+    if (stack_->depth() == 0) {
         claim() = value;
         return true;
     }
@@ -263,7 +296,7 @@ bool JsonParser::pushValue(const Variant& value) {
 }
 
 bool JsonParser::popValue() {
-    if (stack_->depth <= 1) return stack_->depth == 1;
+    if (stack_->depth() <= 1) return stack_->depth() == 1;
     return pushValue(stack_->pop());
 }
 
@@ -421,13 +454,13 @@ void JsonParser::reset() {
     if (stack_.use_count() > 1) {
         stack_ = std::make_shared<Stack>();
     } else {
-        stack_->depth = 0;
+        stack_->clear();
         shown_.reset();
     }
     error_ = Variant();
 }
 
-std::size_t JsonParser::slotCount() const noexcept { return stack_->slots.size(); }
+std::size_t JsonParser::slotCount() const noexcept { return stack_->slotCount(); }
 
 const qx::IntrusiveString& JsonParser::lastError() const { return error_.stringValue(); }
 

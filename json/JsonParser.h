@@ -86,8 +86,8 @@ public:
     /// under way from its next piece on.
     void setLimits(const Limits& limits) noexcept { limits_ = limits; }
     const Limits& limits() const noexcept { return limits_; }
-    /// How many places for open containers and keys the parser has made: as many as its deepest
-    /// text needed. They stay until it is gone.
+    /// How many places for open containers and keys the parser has made: at least as many
+    /// as its deepest text needed. They stay until it is gone.
     std::size_t slotCount() const noexcept;
 
     /// A listener is held at most once in each form; plain ones are called first, in order of
