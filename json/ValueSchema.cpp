@@ -42,12 +42,17 @@ void intrusive_ptr_release(Schema* schema) {
 class Variant::Binding {
 public:
     void attach(const Variant& value, Schema* schema) {
+        if (bind(value, schema) && value.holdsContainer()) waiting_.push_back(&value);
+    }
+
+    /// The value alone. False where it has that schema already.
+    static bool bind(const Variant& value, Schema* schema) {
         value.setSticky(true);
         // Intended: an equal schema stops the walk, also where a container lost its owner.
         // Held by VariantSharing.AttachingTheSameSchemaAgainDoesNotRelinkTheContainer.
-        if (value.schema_.get() == schema) return;
+        if (value.schema_.get() == schema) return false;
         value.schema_ = schema;
-        if (value.holdsContainer()) waiting_.push_back(&value);
+        return true;
     }
 
     /// Makes the value the owner of its container and binds what lies in it.
@@ -184,6 +189,11 @@ const Variant& List::auto_value_for(std::uint64_t index) const {
 }
 
 void List::update_schemas(std::size_t from) {
+    if (owner() == nullptr && from + 1 == elements_.size() && !elements_[from].holdsContainer()) {
+        // What is appended to a free list, as a parser does without end, is bound to no constraint.
+        Variant::Binding::bind(elements_[from], Schema::EmptyPtr.get());
+        return;
+    }
     Variant::Binding binding;
     binding.bindElements(*this, from);
     binding.finishInOrder();

@@ -657,6 +657,7 @@ private:
     void markAssigned(bool equal) noexcept;
     void leaveType(Type next);
     bool holdsContainer() const noexcept { return isComposite() && value_.object != nullptr; }
+    bool hasPayload() const noexcept { return string_ || holdsContainer(); }
     void dropOwnContainer() noexcept;
     bool holds(const json::Object* object) const;
     bool holds(const json::List* list) const;

@@ -79,9 +79,17 @@ void Variant::release() {
     dropContainer();
 }
 
+/// The end of a value that holds a container.
 void Variant::dropOwnContainer() noexcept {
-    detach_owner();
-    dropContainer();
+    if (isObject()) {
+        json::Object* object = value_.object;
+        if (object->owner() == this) object->setOwner(nullptr);
+        if (object->intrusive_release()) dispose(object);
+    } else {
+        json::List* list = value_.list;
+        if (list->owner() == this) list->setOwner(nullptr);
+        if (list->intrusive_release()) dispose(list);
+    }
 }
 
 void Variant::storeContainer(const boost::intrusive_ptr<json::Object>& object) {
@@ -327,12 +335,12 @@ void Variant::copyPayload(std::vector<Variant*>& children) {
     if (isObject()) {
         storeContainer(boost::intrusive_ptr<json::Object>(new json::Object(*value_.object)));
         for (auto& entry : *value_.object) {
-            children.push_back(&entry.second);
+            if (entry.second.hasPayload()) children.push_back(&entry.second);
         }
     } else {
         storeContainer(boost::intrusive_ptr<json::List>(new json::List(*value_.list)));
         for (Variant& element : *value_.list) {
-            children.push_back(&element);
+            if (element.hasPayload()) children.push_back(&element);
         }
     }
 }
