@@ -38,7 +38,7 @@ public:
     IntrusiveObject& operator=(const IntrusiveObject&) noexcept { return *this; }
     ~IntrusiveObject() = default;
 
-    void intrusive_add_ref() noexcept {
+    [[gnu::always_inline]] void intrusive_add_ref() noexcept {
         if (detail::is_single_threaded()) {
             count_.store(count_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
         } else {
@@ -47,7 +47,7 @@ public:
     }
 
     /// True exactly when the count reached 0; the caller then destroys the object.
-    bool intrusive_release() noexcept {
+    [[gnu::always_inline]] bool intrusive_release() noexcept {
         if (detail::is_single_threaded()) {
             const std::uint32_t left = count_.load(std::memory_order_relaxed) - 1;
             count_.store(left, std::memory_order_relaxed);

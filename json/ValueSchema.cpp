@@ -175,6 +175,15 @@ void Variant::attach_owner() const {
     binding.finish();
 }
 
+/// Children first, each as `attach_owner` does.
+void Variant::attachOwners(const std::vector<Variant*>& parentsFirst) {
+    Binding binding;
+    for (auto value = parentsFirst.rbegin(); value != parentsFirst.rend(); ++value) {
+        binding.link(**value);
+        binding.finish();
+    }
+}
+
 // ----- List --------------------------------------------------------------------------------------
 
 const Schema& List::schema() const {

@@ -116,29 +116,21 @@ Variant::Variant(json::Object* object) { assign(object, true); }
 Variant::Variant(json::List* list) { assign(list, true); }
 
 Variant::Variant(const Variant& source) : schema_(source.schema_) {
-    // What `copyFrom` makes of a new value.
-    switch (source.type()) {
-    case Type::Null:
-        return;
-    case Type::Boolean:
-    case Type::Integer:
-    case Type::Real:
-        value_ = source.value_;
-        break;
-    case Type::String:
+    // What `copyFrom` makes of a new value, without a branch for each kind.
+    const Type type = source.type();
+    if (type == Type::Null) return;
+    setFlags(static_cast<int>(type) | kDirty | kPrintDirty);
+    value_ = source.value_;
+    if (type == Type::String) {
         string_ = source.string_;
         if (!string_) string_ = new String;
-        break;
-    case Type::Object:
-        value_.object = source.value_.object != nullptr ? source.value_.object : new json::Object;
+    } else if (type == Type::Object) {
+        if (value_.object == nullptr) value_.object = new json::Object;
         value_.object->intrusive_add_ref();
-        break;
-    case Type::List:
-        value_.list = source.value_.list != nullptr ? source.value_.list : new json::List;
+    } else if (type == Type::List) {
+        if (value_.list == nullptr) value_.list = new json::List;
         value_.list->intrusive_add_ref();
-        break;
     }
-    setFlags(static_cast<int>(source.type()) | kDirty | kPrintDirty);
 }
 
 Variant::Variant(Relocation, Variant& source) noexcept {

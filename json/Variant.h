@@ -580,6 +580,7 @@ protected:
     void copyFrom(const Variant& source);
     void release();
     void attach_owner() const;
+    static void attachOwners(const std::vector<Variant*>& parentsFirst);
     void detach_owner() const;
     void setParent(json::List* list) noexcept;
     void setParent(json::Object* object) noexcept;

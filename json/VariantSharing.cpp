@@ -317,14 +317,11 @@ Variant& Variant::deepCopy(const Variant* source) {
         const Variant copy = source->copyToHoldIn(*this); // the source may lie in this value
         copyFrom(copy);
     }
-    // Parents stand before their children, so that the way back attaches children first.
     std::vector<Variant*> visited{this};
     for (std::size_t i = 0; i < visited.size(); ++i) {
         visited[i]->copyPayload(visited);
     }
-    for (auto value = visited.rbegin(); value != visited.rend(); ++value) {
-        (*value)->attach_owner();
-    }
+    attachOwners(visited);
     return *this;
 }
 
