@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <list>
 #include <memory>
 #include <random>
@@ -99,6 +100,50 @@ private:
     std::vector<std::string>& log_;
     std::string name_;
 };
+
+/// Tells of each thing that it is asked, from inside.
+class AskedCache : public ICache {
+public:
+    std::function<void(const char* operation)> asked;
+
+    std::size_t size() const override { return tell("size"), 0; }
+    std::size_t capacity() const override { return tell("capacity"), 0; }
+    void setCapacity(std::size_t) override { tell("setCapacity"); }
+    bool contains(const unsigned long long&) const override { return tell("contains"), true; }
+    Image get(const unsigned long long&) override { return tell("get"), nullptr; }
+    void put(const unsigned long long&, Image) override { tell("put"); }
+    void remove(const unsigned long long&) override { tell("remove"); }
+    void clear() override { tell("clear"); }
+
+private:
+    void tell(const char* operation) const {
+        if (asked) asked(operation);
+    }
+};
+
+/// A key that tells when it is looked up.
+struct WatchedKey {
+    int number = 0;
+    static inline std::function<void()> lookedUp;
+
+    friend std::size_t hash_value(const WatchedKey& key) {
+        if (lookedUp) lookedUp();
+        return static_cast<std::size_t>(key.number);
+    }
+    friend bool operator==(const WatchedKey& a, const WatchedKey& b) {
+        return a.number == b.number;
+    }
+};
+
+/// Whether the lock is held, as another thread sees it.
+bool is_held(qx::Mutex& lock) {
+    bool free = false;
+    std::thread([&] {
+        free = lock.try_lock();
+        if (free) lock.unlock();
+    }).join();
+    return !free;
+}
 
 /// What a memory cache should hold: pairs of key and text, the most recently used first.
 class Model {
@@ -547,6 +592,15 @@ TEST(MultiCache, HasTheSizeAndTheCapacityOfItsFirstCache) {
     EXPECT_EQ(70u, chain.capacity());
 }
 
+TEST(MultiCache, FollowsTheCapacityOfItsFirstCache) {
+    auto first = std::make_unique<Memory>(5, false);
+    Memory& seen = *first;
+    const Multi chain(std::move(first));
+    lower_capacity(seen, 2);
+    EXPECT_EQ(2u, chain.capacity());
+    EXPECT_EQ(5u, chain.ICache::capacity()) << "its own, as it was taken over";
+}
+
 TEST(MultiCache, PassesItsCapacityToEachCache) {
     std::vector<std::string> log;
     auto first = std::make_unique<NotingCache>(log, "first");
@@ -733,7 +787,101 @@ TEST(MultiCache, BehavesLikeItsModelsOverLongSequences) {
     EXPECT_LT(1000u, images) << "held beyond their eviction";
 }
 
-// ----- Threads -----------------------------------------------------------------------------------
+// ----- Locks -----------------------------------------------------------------------------------
+
+TEST(MemoryCache, HoldsItsLockWhileItLooksAKeyUp) {
+    struct Open : qx::MemoryCache<WatchedKey, int> {
+        Open() : MemoryCache(1, true) {}
+        using MemoryCache::mutex;
+        int emptied = 0;
+        int emptiedOpenly = 0;
+
+    protected:
+        void resetBucket(Bucket* bucket) override {
+            ++emptied;
+            if (!is_held(*mutex())) ++emptiedOpenly;
+            MemoryCache::resetBucket(bucket);
+        }
+    };
+    const struct {
+        const char* operation;
+        std::function<void(Open&)> ask;
+    } rows[] = {
+        {"contains", [](Open& cache) { cache.contains({1}); }},
+        {"get", [](Open& cache) { cache.get({1}); }},
+        {"put", [](Open& cache) { cache.putCopy({1}, 1); }},
+        {"put another", [](Open& cache) { cache.putCopy({2}, 2); }},
+        {"remove", [](Open& cache) { cache.remove({1}); }},
+        {"clear", [](Open& cache) { cache.clear(); }},
+    };
+    for (const auto& row : rows) {
+        Open cache;
+        cache.putCopy({1}, 7);
+        int lookups = 0;
+        int open = 0;
+        WatchedKey::lookedUp = [&] {
+            ++lookups;
+            if (!is_held(*cache.mutex())) ++open;
+        };
+        row.ask(cache);
+        WatchedKey::lookedUp = nullptr;
+        EXPECT_LT(0, lookups + cache.emptied) << row.operation;
+        EXPECT_EQ(0, open) << row.operation;
+        EXPECT_EQ(0, cache.emptiedOpenly) << row.operation;
+    }
+}
+
+TEST(MultiCache, HoldsItsLockWhileItAsksItsCaches) {
+    struct Open : Multi {
+        using Multi::Multi;
+        using Multi::mutex;
+    };
+    auto first = std::make_unique<AskedCache>();
+    AskedCache& asked = *first;
+    Open chain(std::move(first));
+    chain.setThreadSafe(true);
+    std::vector<std::string> told;
+    asked.asked = [&](const char* operation) {
+        told.push_back(operation + std::string(is_held(*chain.mutex()) ? " held" : " open"));
+    };
+    chain.size();
+    chain.capacity();
+    chain.setCapacity(1);
+    chain.contains(1);
+    chain.put(1, nullptr);
+    chain.get(1);
+    chain.remove(1);
+    chain.clear();
+    EXPECT_THAT(told,
+                ElementsAre("size held", "capacity held", "setCapacity held", "contains held",
+                            "put held", "contains held", "get held", "remove held", "clear held"));
+}
+
+TEST(MemoryCache, ServesSeveralThreads) {
+    Memory cache(8, true);
+    std::vector<std::thread> threads;
+    std::vector<int> wrong(4, 0);
+    for (unsigned int number = 0; number < 4; ++number) {
+        threads.emplace_back([&cache, &wrong, number] {
+            std::mt19937 random(number);
+            for (int step = 0; step < 3000; ++step) {
+                const unsigned long long key = random() % 32;
+                cache.putCopy(key, std::to_string(key));
+                const unsigned long long other = random() % 32;
+                const Image found = cache.get(other);
+                if (found && *found != std::to_string(other)) ++wrong[number];
+                if (step % 16 == 0) cache.remove(key);
+                if (step % 512 == 0) cache.clear();
+                cache.contains(other);
+                if (cache.size() > cache.capacity()) ++wrong[number];
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_THAT(wrong, ElementsAre(0, 0, 0, 0));
+}
 
 // What breaks here without the locks is found by the thread sanitizer, and mostly without it.
 TEST(MultiCache, ServesSeveralThreads) {

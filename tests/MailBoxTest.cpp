@@ -192,17 +192,18 @@ TEST(MailBoxEntry, ShowsAChangeOfTheSourceInItsCopies) {
     EXPECT_EQ(8, entry.recordId());
 }
 
+// A row that stands in a list is changed in its place: a shared one would show that.
 TEST(MailBoxEntry, CopiesItsRowAtEveryDepth) {
-    Variant row = value_of(R"({"alarmimage":"12.5","events":[{"kind":"ring"}]})");
-    row["events"][0]["kind"] = "bell"; // from here on a change of the row is one in its place
-    MailBoxEntry entry(row);
-    row["events"][0]["kind"] = "motion";
-    EXPECT_EQ(R"({"alarmimage":"12.5","events":[{"kind":"motion"}]})", sorted_text(row));
+    Variant rows = value_of(R"([{"alarmimage":"12.5","events":[{"kind":"ring"}]}])");
+    rows[0]["events"][0]["kind"] = "bell";
+    MailBoxEntry entry(rows[0]);
+    rows[0]["events"][0]["kind"] = "motion";
+    EXPECT_EQ(R"([{"alarmimage":"12.5","events":[{"kind":"motion"}]}])", sorted_text(rows));
     EXPECT_EQ(R"({"alarmimage":"12.5","appl_event_index":0,"appl_sequence_no":12,)"
               R"("events":[{"kind":"bell"}],"timestamp":0.0})",
               sorted_text(entry.record()));
     entry.record()["events"][0]["kind"] = "alarm";
-    EXPECT_EQ(R"({"alarmimage":"12.5","events":[{"kind":"motion"}]})", sorted_text(row));
+    EXPECT_EQ(R"([{"alarmimage":"12.5","events":[{"kind":"motion"}]}])", sorted_text(rows));
 }
 
 TEST(MailBoxEntry, LeavesTheListThatItsRowStandsInAsItIs) {
