@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -45,13 +47,12 @@ TEST_F(SaveFile, ReplacesTheFileThatIsThere) {
 }
 
 TEST_F(SaveFile, SaysWhyAFileCannotBeWritten) {
-    EXPECT_EQ("No such file or directory", console::saveFile(directory_ + "/none/a.jpg", "a"));
-    EXPECT_EQ("Is a directory", console::saveFile(directory_, "a"));
-    EXPECT_EQ("No such file or directory", console::saveFile("", "a"));
+    EXPECT_EQ(std::strerror(ENOENT), console::saveFile(directory_ + "/none/a.jpg", "a"));
+    EXPECT_EQ(std::strerror(EISDIR), console::saveFile(directory_, "a"));
+    EXPECT_EQ(std::strerror(ENOENT), console::saveFile("", "a"));
 }
 
 TEST_F(SaveFile, NoticesAFullDisk) {
-    if (!std::filesystem::exists("/dev/full")) return;
-    EXPECT_EQ("No space left on device", console::saveFile("/dev/full", "a"));
-    EXPECT_EQ("No space left on device", console::saveFile("/dev/full", std::string(1 << 20, 'a')));
+    EXPECT_EQ(std::strerror(ENOSPC), console::saveFile("/dev/full", "a"));
+    EXPECT_EQ(std::strerror(ENOSPC), console::saveFile("/dev/full", std::string(1 << 20, 'a')));
 }

@@ -9,6 +9,7 @@
 #include <charconv>
 #include <iostream>
 #include <iterator>
+#include <locale>
 #include <set>
 #include <sstream>
 #include <utility>
@@ -339,6 +340,7 @@ void Console::mailBoxData(const json::List& result, int batch) {
         if (messages_.size() < kMostMessages) messages_[entry.sequenceNo()] = entry;
         const std::string time = shared::utcTime(entry.timestamp());
         std::ostringstream line;
+        line.imbue(std::locale::classic());
         line << "message " << entry.sequenceNo() << ": " << (time.empty() ? "no time" : time)
              << ", " << readable(row["name_sender"]) << ", " << row["length_ds"].realValue() / 10
              << " s, " << (row["message_seen"].booleanValue() ? "seen" : "new");
