@@ -19,7 +19,7 @@ using json::Variant;
 
 constexpr std::size_t kStack = 256 * 1024;
 // Slower by ten under a sanitizer: as telling.
-constexpr std::size_t kLevels = test::kSanitized ? 200000 : 5000000;
+const std::size_t kLevels = test::kSanitized ? 200000 : test::share_of(5000000);
 
 enum class Shape { Lists, Objects, Mixed };
 

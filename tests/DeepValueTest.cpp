@@ -14,7 +14,7 @@ namespace {
 using json::Variant;
 
 // Slower by ten under a sanitizer: as telling.
-const std::size_t levels = test::kSanitized ? 100000 : 1000000;
+const std::size_t levels = test::kSanitized ? 100000 : test::share_of(1000000);
 const std::size_t fewer = test::kSanitized ? 30000 : 100000; // still more than a stack takes
 
 /// What a level of a deep tree is.
