@@ -168,8 +168,11 @@ private:
             return 1000 + static_cast<std::int64_t>(choices_.below(12));
         case 2:
             return static_cast<std::int64_t>(choices_.below(4));
-        default:
-            return choices_.integer();
+        default: {
+            const std::int64_t any = choices_.integer();
+            readable_ = readable_ && any != INT64_MIN; // prints and doesn't read
+            return any;
+        }
         }
     }
 

@@ -94,6 +94,21 @@ void use(const SchemaPtr& schema, const std::vector<json::Variant>& values) {
     }
 }
 
+/// A document and a value say the same behind a text as before.
+void check_texts(const json::Variant& document, const json::Variant& value) {
+    const fuzz::Shape inner = fuzz::shape_of(document);
+    const fuzz::Shape outer = fuzz::shape_of(value);
+    if (inner.withoutText || inner.lowestInteger || outer.withoutText || outer.lowestInteger)
+        return;
+    if (inner.depth > 127 || outer.depth > 127) return;
+    const json::Schema schema(document, qx::Url());
+    const json::Schema again(fuzz::printed(document));
+    const json::Variant copy = json::JsonParser::parseTree(fuzz::printed(value));
+    fuzz::require(again.validate(copy).code == schema.validate(value).code,
+                  "texts of document and value say the same",
+                  fuzz::printed(document) + "\n" + fuzz::printed(value));
+}
+
 void use_all(const std::vector<json::Variant>& documents,
              const std::vector<json::Variant>& values) {
     for (const json::Variant& document : documents) {
@@ -105,6 +120,9 @@ void use_all(const std::vector<json::Variant>& documents,
     for (const json::Variant& document : documents) {
         const SchemaPtr schema(new json::Schema(document, qx::Url("http://x/context")));
         use(schema, values);
+        for (const json::Variant& value : values) {
+            check_texts(document, value);
+        }
         json::Variant carrier;
         carrier["schema"] = document;
         static_cast<void>(carrier.createPrivateSchema("schema"));
