@@ -74,6 +74,8 @@ public:
         const long long key = 1000000 + rounds_;
         const std::size_t sent = phone.sent.size();
         const std::size_t told = phone.told.size();
+        const auto requests = phone.previewKeyByRequest;
+        const auto keys = phone.previewRequestByKey;
         if (phone.downloadMailPreviewImage(key, 320, 240, true)) {
             return testing::AssertionFailure() << "an image that nobody has sent";
         }
@@ -91,6 +93,9 @@ public:
                                                                       std::to_string(key) +
                                                                       ", \xFF\xD8 picture)") {
             return testing::AssertionFailure() << "the preview doesn't arrive";
+        }
+        if (phone.previewKeyByRequest != requests || phone.previewRequestByKey != keys) {
+            return testing::AssertionFailure() << "the preview isn't forgotten";
         }
         phone.previewCache->remove(static_cast<unsigned long long>(key));
         phone.images.clear();
