@@ -268,6 +268,10 @@ TEST(Url, ResolvesAgainstEveryKindOfBase) {
         {"a b", "http://h/x y/z", "http://h/x y/a b", "blanks stay as they are"},
         {"\xc3\xa4", "not valid", "\xc3\xa4", "any text against any text"},
         {"1:2", "http://h/", "http://h/1:2", "no scheme: it begins with a digit"},
+        {"x:../../a/b", "http://h/", "x:a/b", "nothing lies above a path without a slash"},
+        {"x:./a", "http://h/", "x:a", "a dot segment at the beginning"},
+        {"x:.", "http://h/", "x:", "a path that is a dot segment"},
+        {"x:..", "http://h/", "x:", "a path that is a dot segment"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.why);

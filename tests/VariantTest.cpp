@@ -1759,4 +1759,24 @@ TEST(Variant, HasConstantsThatWerePrintedWhenTheyWereBuilt) {
     }
 }
 
+TEST(Variant, AConstValueConvertsToAPointerToItsContainer) {
+    Variant object;
+    object["a"] = 1;
+    const Variant& constObject = object;
+    const ObjectPtr entries = constObject;
+    EXPECT_EQ(&constObject.objectValue(), entries.get());
+    Variant list;
+    list << 1;
+    const Variant& constList = list;
+    const ListPtr elements = constList;
+    EXPECT_EQ(&constList.listValue(), elements.get());
+
+    // Of another type the empty ones, and the value stays what it is.
+    const ObjectPtr noEntries = constList;
+    EXPECT_EQ(&Variant::EmptyObject.objectValue(), noEntries.get());
+    const ListPtr noElements = constObject;
+    EXPECT_EQ(&Variant::EmptyList.listValue(), noElements.get());
+    EXPECT_TRUE(list.isList() && object.isObject());
+}
+
 } // namespace
