@@ -1,6 +1,6 @@
 # The station and the console, in process and as programs.
 gatecast_add_tests(examples_tests
-    CameraViewTest.cpp ConsoleTest.cpp PictureTest.cpp SaveFileTest.cpp StationMailBoxTest.cpp
+    CameraViewTest.cpp ConsoleTest.cpp HostileConsoleTest.cpp PictureTest.cpp SaveFileTest.cpp StationMailBoxTest.cpp
     StationTest.cpp)
 target_link_libraries(examples_tests PRIVATE gatecast_station_logic gatecast_console_logic)
 target_compile_definitions(examples_tests PRIVATE

@@ -154,7 +154,7 @@ void Console::connectionLost(const std::string& reason) {
     if (finished_) return;
     connected_ = false;
     finished_ = true;
-    fail("the connection is lost: " + reason);
+    fail("the connection is lost: " + plain(reason));
 }
 
 // ----- One line after another --------------------------------------------------------------------
