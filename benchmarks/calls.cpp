@@ -14,8 +14,10 @@
 
 #ifdef GATECAST_BENCH_JSONRPCCPP
 namespace bench {
-void jsonrpccpp_call_with_answer(benchmark::State& state); // peers/JsonRpcCpp.cpp
-}
+// peers/JsonRpcCpp.cpp: its client with an answer that is ready, and with its own server.
+void jsonrpccpp_call_with_answer(benchmark::State& state);
+void jsonrpccpp_call_served(benchmark::State& state);
+} // namespace bench
 #endif
 
 namespace {
@@ -74,6 +76,8 @@ int main(int argc, char** argv) {
 #ifdef GATECAST_BENCH_JSONRPCCPP
     benchmark::RegisterBenchmark(("call_with_answer" + corpus + "jsonrpccpp").c_str(),
                                  bench::jsonrpccpp_call_with_answer);
+    benchmark::RegisterBenchmark(("call_with_answer" + corpus + "jsonrpccpp_served").c_str(),
+                                 bench::jsonrpccpp_call_served);
 #endif
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;

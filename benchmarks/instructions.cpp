@@ -4,7 +4,9 @@
 //
 // usage: gatecast-bench-instructions CASE      without a case, the list of them
 #include "rpc/Conversation.h"
+#include "schema/Schema.h"
 #include "support/Corpora.h"
+#include "support/RowsSchema.h"
 #include "support/Station.h"
 #include "json/JsonParser.h"
 #include "json/JsonPrinter.h"
@@ -79,11 +81,18 @@ void run_events() {
     });
 }
 
+void run_validation() {
+    const boost::intrusive_ptr<json::Schema> schema(new json::Schema(bench::kRowsSchema));
+    const json::Variant answer = json::JsonParser::parseTree(bench::made("mailbox"));
+    run([&] { schema->validate(answer["result"]); });
+}
+
 std::map<std::string, std::function<void()>> all_cases() {
     std::map<std::string, std::function<void()>> cases = {
         {"call_with_answer_30", [] { run_calls(30); }},
         {"call_with_answer_3000", [] { run_calls(3000); }},
         {"event", run_events},
+        {"validate_500_rows", run_validation},
     };
     for (const bench::Corpus& corpus : bench::corpora()) {
         cases["parse_" + corpus.name] = [&corpus] { run([&corpus] { parse(corpus.text); }); };

@@ -26,6 +26,29 @@ struct BoostJson {
         }
     }
 
+    static bool lookUp(const Document& row) {
+        const boost::json::object& members = row.get_object();
+        benchmark::DoNotOptimize(&members.at("rid"));
+        benchmark::DoNotOptimize(&members.at("name_sender"));
+        benchmark::DoNotOptimize(&members.at("mailbox_id"));
+        return members.at("message_seen").as_bool();
+    }
+    static Document appended(int count) {
+        boost::json::array list;
+        for (int i = 0; i < count; ++i) {
+            list.push_back(i);
+        }
+        return list;
+    }
+
+    struct Path {
+        std::string_view follow(const Document& document) {
+            const boost::json::string& text =
+                document.at_pointer("/result/250/events/0").as_string();
+            return {text.data(), text.size()};
+        }
+    };
+
     struct Printer {
         static constexpr bool kIndents = false;
         std::size_t print(const Document& document, bool) {

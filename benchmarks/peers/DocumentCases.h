@@ -27,10 +27,43 @@ void for_each_corpus(const std::string& name, const char* peer, Run run) {
     }
 }
 
+/// The cases on parts of a document; see `register_document_cases` for `Library`.
+template <typename Library>
+void register_part_cases(const std::string& peer) {
+    using Document = typename Library::Document;
+    benchmark::RegisterBenchmark(("lookup_by_literal/4_keys/" + peer).c_str(),
+                                 [](benchmark::State& state) {
+                                     const Document row = Library::parse(mail_box_row(1));
+                                     for ([[maybe_unused]] auto _ : state) {
+                                         benchmark::DoNotOptimize(Library::lookUp(row));
+                                     }
+                                 });
+    benchmark::RegisterBenchmark(("append/10000_numbers/" + peer).c_str(),
+                                 [](benchmark::State& state) {
+                                     for ([[maybe_unused]] auto _ : state) {
+                                         Document list = Library::appended(10000);
+                                         benchmark::DoNotOptimize(list);
+                                     }
+                                 });
+    benchmark::RegisterBenchmark(("path/4_steps/" + peer).c_str(), [](benchmark::State& state) {
+        const Document document = Library::parse(made("mailbox"));
+        typename Library::Path path;
+        if (path.follow(document) != "bell") state.SkipWithError("the path leads elsewhere");
+        for ([[maybe_unused]] auto _ : state) {
+            benchmark::DoNotOptimize(path.follow(document));
+        }
+    });
+}
+
 /// The cases that every library with a document can do. `Library` has the members
 /// - `Document parse(std::string_view)`, static; a document owns all that it needs
 /// - `Document copy(const Document&)`, static: a deep copy
 /// - `void writeOne(Document&)`, static: changes one element of an object or a list
+/// - `bool lookUp(const Document& row)`, static: looks four members of a row of a mail box up, by
+///   literals, the last one as a Boolean
+/// - `Document appended(int count)`, static: a list of the numbers from 0, appended one by one
+/// - `Path`, a class with `std::string_view follow(const Document&)`: the text at
+///   `result[250].events[0]` of a mail box. It is kept from one walk to the next.
 /// - `Printer`, a class with `std::size_t print(const Document&, bool pretty)`: the length of the
 ///   text, which lies in memory whole. It is kept from one text to the next. Its
 ///   constant `kIndents` tells whether it has a pretty form.
@@ -69,6 +102,7 @@ void register_document_cases(const char* peer) {
             benchmark::DoNotOptimize(copy);
         }
     });
+    register_part_cases<Library>(peer);
 }
 
 template <typename Library>

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "peers/DocumentCases.h"
+#include "schema/Schema.h"
+#include "support/RowsSchema.h"
 #include "json/JsonParser.h"
 #include "json/JsonPrinter.h"
 #include "json/List.h"
 #include "json/Object.h"
+#include "json/Path.h"
 #include "json/Variant.h"
 
 #include <algorithm>
@@ -36,6 +39,30 @@ struct Gatecast {
         }
     }
 
+    static bool lookUp(const Document& row) {
+        benchmark::DoNotOptimize(&row["rid"]);
+        benchmark::DoNotOptimize(&row["name_sender"]);
+        benchmark::DoNotOptimize(&row["mailbox_id"]);
+        return row["message_seen"].booleanValue();
+    }
+    static Document appended(int count) {
+        Document list;
+        for (int i = 0; i < count; ++i) {
+            list << i;
+        }
+        return list;
+    }
+
+    class Path {
+    public:
+        std::string_view follow(const Document& document) {
+            return path_.evaluate(document).charsValue();
+        }
+
+    private:
+        json::Path path_{"result[250].events[0]"};
+    };
+
     class Printer {
     public:
         static constexpr bool kIndents = true;
@@ -53,7 +80,46 @@ struct Gatecast {
     };
 };
 
+void lookup_by_interned_key(benchmark::State& state) {
+    const json::Variant row = Gatecast::parse(mail_box_row(1));
+    json::Object::KeyPool& pool = json::Object::key_pool();
+    const json::Object::Key keys[] = {pool.intern("rid"), pool.intern("name_sender"),
+                                      pool.intern("mailbox_id"), pool.intern("message_seen")};
+    for ([[maybe_unused]] auto _ : state) {
+        const json::Object& members = row.objectValue();
+        for (const json::Object::Key& key : keys) {
+            benchmark::DoNotOptimize(&members[key]);
+        }
+    }
+}
+
+void grow_by_index(benchmark::State& state) {
+    for ([[maybe_unused]] auto _ : state) {
+        json::Variant list;
+        for (int i = 0; i < 10000; ++i) {
+            list[i] = i;
+        }
+        benchmark::DoNotOptimize(list);
+    }
+}
+
+void append_bound(benchmark::State& state) {
+    const json::Variant row = Gatecast::parse(mail_box_row(1));
+    const boost::intrusive_ptr<json::Schema> schema(new json::Schema(kRowsSchema));
+    for ([[maybe_unused]] auto _ : state) {
+        json::Variant list;
+        list.attachSchema(schema);
+        for (int i = 0; i < 500; ++i) {
+            list << row;
+        }
+        benchmark::DoNotOptimize(list);
+    }
+}
+
 void register_own_cases(const char* peer) {
+    benchmark::RegisterBenchmark("lookup_by_interned_key/4_keys/gatecast", lookup_by_interned_key);
+    benchmark::RegisterBenchmark("grow_by_index/10000_numbers/gatecast", grow_by_index);
+    benchmark::RegisterBenchmark("append_bound/500_rows/gatecast", append_bound);
     for_each_corpus("parse_kept", peer, [](benchmark::State& state, const Corpus& corpus) {
         json::JsonParser parser;
         for ([[maybe_unused]] auto _ : state) {

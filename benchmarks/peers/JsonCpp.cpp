@@ -32,6 +32,30 @@ struct JsonCpp {
         }
     }
 
+    static bool lookUp(const Document& row) {
+        benchmark::DoNotOptimize(&row["rid"]);
+        benchmark::DoNotOptimize(&row["name_sender"]);
+        benchmark::DoNotOptimize(&row["mailbox_id"]);
+        return row["message_seen"].asBool();
+    }
+    static Document appended(int count) {
+        Document list(Json::arrayValue);
+        for (int i = 0; i < count; ++i) {
+            list.append(i);
+        }
+        return list;
+    }
+
+    struct Path {
+        std::string_view follow(const Document& document) {
+            const char* begin = nullptr;
+            const char* end = nullptr;
+            path.resolve(document).getString(&begin, &end);
+            return {begin, static_cast<std::size_t>(end - begin)};
+        }
+        Json::Path path{"result[250].events[0]"};
+    };
+
     struct Printer {
         static constexpr bool kIndents = true;
         Printer() {

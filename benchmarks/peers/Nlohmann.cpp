@@ -21,6 +21,27 @@ struct Nlohmann {
         }
     }
 
+    static bool lookUp(const Document& row) {
+        benchmark::DoNotOptimize(&row["rid"]);
+        benchmark::DoNotOptimize(&row["name_sender"]);
+        benchmark::DoNotOptimize(&row["mailbox_id"]);
+        return row["message_seen"].get<bool>();
+    }
+    static Document appended(int count) {
+        Document list = Document::array();
+        for (int i = 0; i < count; ++i) {
+            list.push_back(i);
+        }
+        return list;
+    }
+
+    struct Path {
+        std::string_view follow(const Document& document) {
+            return document[pointer].get_ref<const std::string&>();
+        }
+        Document::json_pointer pointer{"/result/250/events/0"};
+    };
+
     struct Printer {
         static constexpr bool kIndents = true;
         std::size_t print(const Document& document, bool pretty) {

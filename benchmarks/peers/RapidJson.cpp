@@ -2,6 +2,7 @@
 #include "peers/DocumentCases.h"
 
 #include <rapidjson/document.h>
+#include <rapidjson/pointer.h>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
@@ -36,6 +37,28 @@ struct RapidJson {
             }
         }
     }
+
+    static bool lookUp(const Document& row) {
+        benchmark::DoNotOptimize(&row["rid"]);
+        benchmark::DoNotOptimize(&row["name_sender"]);
+        benchmark::DoNotOptimize(&row["mailbox_id"]);
+        return row["message_seen"].GetBool();
+    }
+    static Document appended(int count) {
+        Document list(rapidjson::kArrayType);
+        for (int i = 0; i < count; ++i) {
+            list.PushBack(i, list.GetAllocator());
+        }
+        return list;
+    }
+
+    struct Path {
+        std::string_view follow(const Document& document) {
+            const rapidjson::Value* const found = pointer.Get(document);
+            return {found->GetString(), found->GetStringLength()};
+        }
+        rapidjson::Pointer pointer{"/result/250/events/0"};
+    };
 
     struct Printer {
         static constexpr bool kIndents = true;

@@ -20,10 +20,13 @@ namespace {
 std::size_t allocations = 0;
 std::size_t live = 0;
 
+/// With the word in front of it that the heap keeps for itself.
+std::size_t size_of(void* block) { return malloc_usable_size(block) + sizeof(std::size_t); }
+
 void* counted(void* block) {
     if (block == nullptr) return nullptr;
     ++allocations;
-    live += malloc_usable_size(block);
+    live += size_of(block);
     return block;
 }
 
@@ -34,7 +37,7 @@ extern "C" {
 void* malloc(std::size_t size) { return counted(__libc_malloc(size)); }
 void* calloc(std::size_t count, std::size_t size) { return counted(__libc_calloc(count, size)); }
 void* realloc(void* block, std::size_t size) {
-    const std::size_t before = block != nullptr ? malloc_usable_size(block) : 0;
+    const std::size_t before = block != nullptr ? size_of(block) : 0;
     void* const moved = __libc_realloc(block, size);
     if (moved != nullptr || size == 0) live -= before;
     return counted(moved);
@@ -49,7 +52,7 @@ int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
 }
 void free(void* block) {
     if (block == nullptr) return;
-    live -= malloc_usable_size(block);
+    live -= size_of(block);
     __libc_free(block);
 }
 

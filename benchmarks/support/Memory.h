@@ -9,7 +9,7 @@ namespace bench {
 /// `operator new`, `malloc`, libraries. Threads: one at a time.
 struct Memory {
     std::size_t allocations; ///< ever made; a block that is moved to grow counts once more
-    std::size_t liveBytes;   ///< held now, as the heap rounds them
+    std::size_t liveBytes;   ///< held now, as the heap rounds them, and its own word for each
 };
 Memory memory();
 
