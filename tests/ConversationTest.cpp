@@ -435,6 +435,14 @@ TEST(Conversation, OpensAfreshOverABlankEntry) {
     EXPECT_EQ(R"({"id":1,"method":"list_methods","params":[]})", conversation.sentText(0));
 }
 
+TEST(Conversation, TheQuitRequestIsGoneAfterItsResponse) {
+    RecordingConversation conversation;
+    conversation.close();
+    EXPECT_TRUE(conversation.isPending(0));
+    conversation.receive(R"({"result":null})");
+    EXPECT_FALSE(conversation.isPending(0));
+}
+
 TEST(Conversation, ClosesByQuittingAndChangesNothingElse) {
     RecordingConversation conversation;
     conversation.subscribe("m", 1, 101);

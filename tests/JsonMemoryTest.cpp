@@ -152,6 +152,33 @@ TEST(JsonMemory, ATextThatRanOutOfMemoryIsGoneAndTheNextOneIsWhole) {
     }
 }
 
+TEST(JsonMemory, APrinterThatFindsNoRoomToBeginKeepsNothingOfTheAttempt) {
+    Variant value;
+    for (int i = 0; i < 1000; ++i) {
+        value << "some text to make the buffer grow";
+    }
+    JsonPrinter printer;
+    try {
+        const AllocationLimit limit(0);
+        printer.print(value);
+        FAIL() << "the buffer never grew";
+    } catch (const std::bad_alloc&) {
+    }
+    const std::ptrdiff_t before = allocations_held;
+    // The generator asks for two blocks before it prints anything.
+    for (const std::size_t count : {std::size_t{0}, std::size_t{1}}) {
+        bool failed = false;
+        try {
+            const AllocationLimit limit(count);
+            printer.print(value);
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        EXPECT_TRUE(failed) << count;
+        EXPECT_EQ(before, allocations_held) << count;
+    }
+}
+
 TEST(JsonMemory, KeepsNothingOfWhatIsReadAndPrinted) {
     const auto read_and_print = [] {
         JsonParser parser;

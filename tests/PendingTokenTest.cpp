@@ -66,8 +66,8 @@ TEST(PendingToken, GoesOnInsideAnEscape) {
 }
 
 TEST(PendingToken, GathersTheDigitsOfANumber) {
-    for (const char* text :
-         {"[1", "[-1", "[10", "[0.5", "[-0.25", "[1.5", "[1e5", "[1E+5", "[1.5e-5"}) {
+    for (const char* text : {"[1", "[-1", "[10", "[0.5", "[-0.25", "[1.5", "[1e5", "[1E+5",
+                             "[1.5e-5", "[1e+0", "[1e-0"}) {
         EXPECT_TRUE(behind(text).gather("0123456789")) << text;
         for (const char* piece : {"-", "+", ".", "e", "1.", "1,", "]", " ", "1e"}) {
             EXPECT_FALSE(behind(text).gather(piece)) << text << piece;
