@@ -696,6 +696,17 @@ TEST(SchemaCheck, OfTheTypesOnlyTheOneThatComesBackFails) {
     EXPECT_EQ(Schema::WrongDataType, resolved("http://check.test/only")->validate(Variant(5)).code);
 }
 
+TEST(SchemaCheck, OfTheTypesOnlyTheOneThatLeadsIntoACircleFails) {
+    ASSERT_TRUE(
+        import_text(R"({"id":"http://check.test/circle1","$ref":"http://check.test/circle2"})"));
+    ASSERT_TRUE(
+        import_text(R"({"id":"http://check.test/circle2","$ref":"http://check.test/circle1"})"));
+    const SchemaPtr schema =
+        schema_of(R"({"type":[{"$ref":"http://check.test/circle1"},{"type":"integer"}]})");
+    EXPECT_TRUE(schema->validate(Variant(5)).ok());
+    EXPECT_EQ(Schema::WrongDataType, schema->validate(Variant("text")).code);
+}
+
 TEST(SchemaCheck, ASchemaMayLookAgainAtAnotherValue) {
     ASSERT_TRUE(import_text(R"({"id":"http://check.test/again","extends":"http://check.test/leaf",
         "items":{"$ref":"http://check.test/again"},
