@@ -187,6 +187,17 @@ TEST(SchemaDefaults, AnIntegerIsTheNextMultipleAboveTheMinimum) {
 }
 
 // Each of these is an overflow in plain arithmetic, and the first two trap on common machines.
+// Each of them asks the next one twice: without a bound this never ends.
+TEST(SchemaDefaults, ExtendedSchemasThatBranchAndBranchAgainComeToAnEnd) {
+    for (int i = 0; i < 40; ++i) {
+        const std::string next = "http://defaults.test/chain" + std::to_string(i + 1);
+        ASSERT_TRUE(import_text(R"({"id":"http://defaults.test/chain)" + std::to_string(i) +
+                                R"(","type":"null","$ref":"http://defaults.test/nowhere",)" +
+                                R"("extends":[")" + next + "\",\"" + next + "\"]}"));
+    }
+    EXPECT_TRUE(resolved("http://defaults.test/chain0")->autoValue().isNull());
+}
+
 TEST(SchemaDefaults, NumbersWrapAtTheirBounds) {
     const struct {
         const char* keywords;
