@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// C++14: its headers have exception specifications, which later standards don't know.
+// C++14: its headers say "throw()" with types, which later standards no longer know.
 #include <benchmark/benchmark.h>
 #include <jsonrpccpp/client.h>
 #include <jsonrpccpp/server.h>
