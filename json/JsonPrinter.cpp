@@ -75,13 +75,12 @@ struct JsonPrinter::Generator {
         if (handle != nullptr) yajl_gen_clear(handle);
     }
 
-    /// Runs a call of the generator; true when it printed something.
+    /// Runs a call of the generator, unless the text is given up already.
     template <typename Call>
-    bool run(Call call) {
-        if (suppressed > 0) return false;
-        const bool printed = guard(call) == yajl_gen_status_ok;
+    void run(Call call) {
+        if (suppressed > 0) return;
+        guard(call);
         throwFailure();
-        return printed;
     }
 
     /// The same for the begin of a container, which the generator counts even if its piece failed.

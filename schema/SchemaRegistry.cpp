@@ -41,11 +41,10 @@ boost::intrusive_ptr<Schema> Schema::resolve(const qx::Url& url, const qx::Url& 
 
 void Schema::import(const qx::Url& url, boost::intrusive_ptr<Schema> schema) {
     SchemaMap& schemas = global_schemas();
-    bool known = false;
-    {
+    const bool known = [&] {
         const RegistryLock lock(registry_mutex());
-        known = schemas.contains(url);
-    }
+        return schemas.contains(url);
+    }();
     if (known) std::cerr << "warning: overwriting schema " << url << '\n';
     std::cout << "importing schema: " << url << '\n';
     const RegistryLock lock(registry_mutex());
