@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Finds yajl, which brings no CMake config of its own: defines Yajl::yajl and Yajl_VERSION.
 find_path(Yajl_INCLUDE_DIR yajl/yajl_parse.h)
 find_library(Yajl_LIBRARY NAMES yajl)

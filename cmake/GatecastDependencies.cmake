@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Boost's headers and yajl, or the name of the package that brings what is missing.
 if(POLICY CMP0167)
     cmake_policy(SET CMP0167 OLD) # CMake's own search for Boost finds headers that come without a config

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Headers go under include/gatecast, so that the include lines stay the same after installation.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)

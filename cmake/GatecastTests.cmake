@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What tests share: a program per layer, a locale with a decimal comma, the header checks.
 find_package(GTest QUIET)
 if(NOT GTest_FOUND)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 gatecast_add_tests(core_tests
     CNumbersTest.cpp
     GroupedTableTest.cpp

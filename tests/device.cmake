@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # tests of the layer device: gatecast_add_tests(device_tests XTest.cpp ...)
 gatecast_add_tests(device_tests
     CacheTest.cpp

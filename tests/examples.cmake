@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # The station and the console, in process and as programs.
 gatecast_add_tests(examples_tests
     CameraViewTest.cpp ConsoleTest.cpp HostileConsoleTest.cpp PictureTest.cpp SaveFileTest.cpp StationMailBoxTest.cpp

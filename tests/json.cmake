@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 gatecast_add_tests(json_tests
     DeepTextTest.cpp
     DeepValueTest.cpp

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 gatecast_add_tests(schema_tests
     SchemaBindingTest.cpp
     SchemaCheckTest.cpp
