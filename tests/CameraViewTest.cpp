@@ -2,6 +2,7 @@
 #include "station/CameraView.h"
 
 #include "shared/Jpeg.h"
+#include "shared/Picture.h"
 #include "support/PictureWords.h"
 
 #include <gtest/gtest.h>

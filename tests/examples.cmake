@@ -3,7 +3,7 @@
 gatecast_add_tests(examples_tests
     CameraViewTest.cpp ConsoleTest.cpp HostileConsoleTest.cpp PictureTest.cpp SaveFileTest.cpp StationMailBoxTest.cpp
     StationTest.cpp)
-target_link_libraries(examples_tests PRIVATE gatecast_station_logic gatecast_console_logic)
+target_link_libraries(examples_tests PRIVATE gatecast_station gatecast_console_logic)
 target_compile_definitions(examples_tests PRIVATE
     GATECAST_EXAMPLES_DIR="${PROJECT_SOURCE_DIR}/examples")
 

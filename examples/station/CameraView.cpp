@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "station/CameraView.h"
 
+#include "shared/Picture.h"
 #include "shared/UtcTime.h"
 
 #include <algorithm>

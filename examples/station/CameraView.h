@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "shared/Picture.h"
-
 #include <cstdint>
 #include <string>
+
+namespace shared {
+class Picture;
+}
 
 namespace station {
 

@@ -2,6 +2,7 @@
 #include "station/Station.h"
 
 #include "shared/Jpeg.h"
+#include "shared/Picture.h"
 #include "shared/UtcTime.h"
 #include "json/JsonPrinter.h"
 
