@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
     CLI::App app("A console for a door station. It reads commands, one per line, from the terminal "
                  "or from a script; \"help\" lists them. The exit status is 0 when every command "
                  "was understood and answered.",
-                 "gatecast-console");
+                 "gatecast");
     app.add_option("--host", host, "Where the station listens")->capture_default_str();
     app.add_option("--port", port, "The station's port")->required()->check(CLI::Range(1, 65535));
     app.add_option("--phone", settings.phone, "The token by which the station knows this phone")
