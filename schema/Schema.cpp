@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "schema/Schema.h"
 
-#include "core/detail/NeverDestroyed.h"
 #include "core/detail/Place.h"
+#include "schema/detail/Keywords.h"
 #include "json/JsonParser.h"
 
 #include <limits>
@@ -27,47 +27,6 @@ struct Builder {
 
 // Behind the constants of values.
 [[gnu::init_priority(102)]] Builder builder;
-
-/// The words of a document, interned once.
-struct Keywords {
-    using Key = boost::intrusive_ptr<qx::IntrusiveString>;
-
-    const Key id = key("id");
-    const Key ref = key("$ref");
-    const Key type = key("type");
-    const Key enumeration = key("enum");
-    const Key properties = key("properties");
-    const Key additionalProperties = key("additionalProperties");
-    const Key items = key("items");
-    const Key additionalItems = key("additionalItems");
-    const Key disallow = key("disallow");
-    const Key format = key("format");
-    const Key extends = key("extends");
-    const Key dependencies = key("dependencies");
-    const Key minimum = key("minimum");
-    const Key maximum = key("maximum");
-    const Key exclusiveMinimum = key("exclusiveMinimum");
-    const Key exclusiveMaximum = key("exclusiveMaximum");
-    const Key divisibleBy = key("divisibleBy");
-    const Key minItems = key("minItems");
-    const Key maxItems = key("maxItems");
-    const Key uniqueItems = key("uniqueItems");
-    const Key minLength = key("minLength");
-    const Key maxLength = key("maxLength");
-    const Key description = key("description");
-    const Key title = key("title");
-    const Key defaultValue = key("default");
-    const Key required = key("required");
-    const Key optional = key("optional");
-
-private:
-    static Key key(const char* text) { return Object::key_pool().intern(text); }
-};
-
-const Keywords& keywords() {
-    static const qx::detail::NeverDestroyed<Keywords> words;
-    return *words;
-}
 
 } // namespace
 
@@ -127,7 +86,7 @@ private:
 void Schema::init() { Loading().run(*this); }
 
 void Schema::loadKeywords(Loading& loading) {
-    const Keywords& words = keywords();
+    const detail::Keywords& words = detail::keywords();
     id_ = qx::Url(text(words.id).c_str());
     ref_ = qx::Url(text(words.ref).c_str());
 
@@ -299,10 +258,17 @@ const Variant& Schema::keyword(const Key& key) const {
     return entry != definition().end() ? entry->second : definition().auto_value_for(key);
 }
 
-const qx::IntrusiveString& Schema::text(const Key& key) const {
-    const Variant& value = keyword(key);
+const qx::IntrusiveString& Schema::text(const Key& key) const { return text(keyword(key)); }
+
+const qx::IntrusiveString& Schema::text(const Variant& value) {
     // The text of a null is empty; the constant has it at hand.
     return (value.isNull() ? Variant::EmptyString : value).stringValue();
+}
+
+// Intended: the integer -1 is the largest unsigned number.
+// Held by SchemaLoading.ANegativeCountIsAVeryLargeOne.
+std::uint64_t Schema::count(const Variant& value) {
+    return static_cast<std::uint64_t>(value.integerValue());
 }
 
 std::int64_t Schema::number(const Key& key, std::int64_t without) const {
@@ -317,54 +283,56 @@ qx::Url Schema::absoluteUrl() const { return id_ % context_; }
 const List& Schema::values() const { return values_ ? *values_ : Variant::EmptyList.listValue(); }
 
 std::int64_t Schema::minimum() const {
-    return number(keywords().minimum, std::numeric_limits<std::int64_t>::min());
+    return number(detail::keywords().minimum, std::numeric_limits<std::int64_t>::min());
 }
 
 std::int64_t Schema::maximum() const {
-    return number(keywords().maximum, std::numeric_limits<std::int64_t>::max());
+    return number(detail::keywords().maximum, std::numeric_limits<std::int64_t>::max());
 }
 
-std::int64_t Schema::divisibleBy() const { return number(keywords().divisibleBy, 0); }
+std::int64_t Schema::divisibleBy() const { return number(detail::keywords().divisibleBy, 0); }
 
 // Intended: the integer -1 is the largest unsigned number.
 // Held by SchemaLoading.ANegativeCountIsAVeryLargeOne.
 std::uint64_t Schema::minItems() const {
-    return static_cast<std::uint64_t>(number(keywords().minItems, 0));
+    return static_cast<std::uint64_t>(number(detail::keywords().minItems, 0));
 }
 
 std::uint64_t Schema::maxItems() const {
-    return static_cast<std::uint64_t>(number(keywords().maxItems, -1));
+    return static_cast<std::uint64_t>(number(detail::keywords().maxItems, -1));
 }
 
 std::uint64_t Schema::minStringLength() const {
-    return static_cast<std::uint64_t>(number(keywords().minLength, 0));
+    return static_cast<std::uint64_t>(number(detail::keywords().minLength, 0));
 }
 
 std::uint64_t Schema::maxStringLength() const {
-    return static_cast<std::uint64_t>(number(keywords().maxLength, -1));
+    return static_cast<std::uint64_t>(number(detail::keywords().maxLength, -1));
 }
 
-const qx::IntrusiveString& Schema::description() const { return text(keywords().description); }
-const qx::IntrusiveString& Schema::title() const { return text(keywords().title); }
-const qx::IntrusiveString& Schema::format() const { return text(keywords().format); }
+const qx::IntrusiveString& Schema::description() const {
+    return text(detail::keywords().description);
+}
+const qx::IntrusiveString& Schema::title() const { return text(detail::keywords().title); }
+const qx::IntrusiveString& Schema::format() const { return text(detail::keywords().format); }
 
-const Variant& Schema::defaultValue() const { return keyword(keywords().defaultValue); }
+const Variant& Schema::defaultValue() const { return keyword(detail::keywords().defaultValue); }
 
 bool Schema::isRequired() const {
-    const Variant& required = keyword(keywords().required);
+    const Variant& required = keyword(detail::keywords().required);
     if (required.isBoolean()) return required.booleanValue();
-    const Variant& optional = keyword(keywords().optional);
+    const Variant& optional = keyword(detail::keywords().optional);
     return optional.isBoolean() && !optional.booleanValue();
 }
 
 bool Schema::exclusiveMinimum() const {
-    return keyword(keywords().exclusiveMinimum).booleanValue();
+    return keyword(detail::keywords().exclusiveMinimum).booleanValue();
 }
 
 bool Schema::exclusiveMaximum() const {
-    return keyword(keywords().exclusiveMaximum).booleanValue();
+    return keyword(detail::keywords().exclusiveMaximum).booleanValue();
 }
 
-bool Schema::uniqueItems() const { return keyword(keywords().uniqueItems).booleanValue(); }
+bool Schema::uniqueItems() const { return keyword(detail::keywords().uniqueItems).booleanValue(); }
 
 } // namespace json

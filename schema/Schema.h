@@ -356,6 +356,7 @@ private:
     friend class Variant;
 
     class Check;
+    struct Bounds;
     void check(const Variant& value, ValidationResult& result) const;
 
     using Key = boost::intrusive_ptr<qx::IntrusiveString>;
@@ -365,7 +366,12 @@ private:
 
     const Variant& keyword(const Key& key) const;
     const qx::IntrusiveString& text(const Key& key) const;
+    static const qx::IntrusiveString& text(const Variant& value);
+    static std::uint64_t count(const Variant& value);
     std::int64_t number(const Key& key, std::int64_t without) const;
+    bool missingKeywordsAreNull() const;
+    Bounds bounds() const;
+    Bounds askedBounds() const;
     void loadKeywords(Loading& loading);
     /// Whether `at` and `property` answer `EmptyPtr` for every place. For values.
     /// @{
@@ -377,11 +383,20 @@ private:
     const Schema* referred(boost::intrusive_ptr<Schema>& held) const;
     bool report(ValidationResult& result, ValidationCode code, const Variant& value,
                 const Variant& detail = Variant::Empty) const;
+    bool keepsBounds(const Bounds& bounds, const Variant& value, ValidationResult& result) const;
+    bool keepsLength(const Bounds& bounds, const Variant& value, ValidationResult& result) const;
     bool allowsType(const Variant& value) const;
     bool reportWrongType(const Variant& value, ValidationResult& result) const;
     const Variant& autoValueOfType() const;
     template <typename K>
     boost::intrusive_ptr<Schema> propertyOf(const K& key) const;
+    /// What this node itself says, its references aside.
+    /// @{
+    const boost::intrusive_ptr<Schema>& ownElement(std::size_t index) const;
+    const boost::intrusive_ptr<Schema>& ownAdditionalProperty() const;
+    /// Whether no other schema is asked about a value that holds nothing.
+    bool standsAlone() const { return ref_.empty() && extended_.empty() && complexTypes_.empty(); }
+    /// @}
 
     boost::intrusive_ptr<Object> definition_; // shared with the document
     mutable ValidationResult result_;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "core/IPAddress.h"
 #include "schema/Schema.h"
+#include "schema/detail/Bounds.h"
 
 #include <boost/container/small_vector.hpp>
 
@@ -82,8 +83,9 @@ private:
         std::size_t trailBegin; // of the schemas that look at this value
         std::size_t trailEnd;   // what the trail is cut to when this frame is done
         Step step = Step::Begin;
-        std::size_t next = 0;         // of the extensions, alternatives or items
-        Object::const_iterator entry; // of an object
+        std::size_t next = 0;               // of the extensions, alternatives or items
+        Object::const_iterator entry;       // of an object
+        SchemaMap::const_iterator expected; // of its schema's properties, as the next of the object
     };
 
     static Verdict verdict(bool passed) { return passed ? Verdict::Pass : Verdict::Fail; }
@@ -171,6 +173,7 @@ private:
         }
         if (value.isObject()) {
             frame.entry = value.objectValue().begin();
+            frame.expected = schema.properties_.begin();
             return checkEntries(frame);
         }
         return checkRest(frame);
@@ -181,14 +184,18 @@ private:
         const List& list = frame.value->listValue();
         while (frame.next < list.size()) {
             const std::size_t index = frame.next++;
-            boost::intrusive_ptr<Schema> item = schema.at(index);
-            if (!item) {
+            const Schema* item = schema.ownElement(index).get();
+            if (item == nullptr) {
                 return verdict(schema.report(result_, SchemaNotDefinedForArrayItem, *frame.value,
                                              static_cast<std::int64_t>(index)));
             }
             if (item->empty()) continue;
+            const Variant& element = list[index];
+            const bool alone = checksAlone(*item, element);
+            if (alone && passesAlone(*item, element)) continue;
             result_.path << index;
-            return descend(frame, Step::Item, std::move(item), list[index]);
+            if (alone) return Verdict::Fail;
+            return descend(frame, Step::Item, *item, element);
         }
         return checkRest(frame);
     }
@@ -200,22 +207,39 @@ private:
         const Object& object = frame.value->objectValue();
         for (; frame.entry != object.end(); ++frame.entry) {
             const auto& [key, value] = *frame.entry;
-            boost::intrusive_ptr<Schema> property = schema.property(key);
-            if (!property) {
+            const Schema* property = propertyOf(frame, key);
+            if (property == nullptr) {
                 return verdict(schema.report(result_, InvalidProperty, *frame.value, key));
             }
-            if (!property->empty()) {
+            const bool alone = checksAlone(*property, value);
+            if (!property->empty() && !(alone && passesAlone(*property, value))) {
                 result_.path << *key;
-                return descend(frame, Step::EntryValue, std::move(property), value);
+                if (alone) return Verdict::Fail;
+                return descend(frame, Step::EntryValue, *property, value);
             }
             if (const Verdict next = checkDependencies(frame); next != Verdict::Pass) return next;
         }
         return checkRest(frame);
     }
 
+    /// Rows of one kind have their entries in one order, mostly that of the schema: the property
+    /// that stands behind the last one is looked at first.
+    static const Schema* propertyOf(Frame& frame, const Key& key) {
+        const SchemaMap& properties = frame.schema->properties_;
+        if (frame.expected == properties.end() || frame.expected->first != key) {
+            const SchemaMap::const_iterator found = properties.find(key);
+            if (found == properties.end()) return frame.schema->ownAdditionalProperty().get();
+            frame.expected = found;
+        }
+        return (frame.expected++)->second.get();
+    }
+
     /// Those of the entry that the frame has come to.
     Verdict checkDependencies(Frame& frame) {
         const Schema& schema = *frame.schema;
+        if (schema.valueDependencies_.empty() && schema.schemaDependencies_.empty()) {
+            return Verdict::Pass;
+        }
         const Object& object = frame.value->objectValue();
         const Key& key = frame.entry->first;
         // Intended: a dependency that is a single text reads as no list and has no effect.
@@ -235,8 +259,29 @@ private:
     Verdict checkRest(Frame& frame) {
         const Schema& schema = *frame.schema;
         const Variant& value = *frame.value;
-        if (!schema.validateBounds(value, &result_)) return Verdict::Fail;
-        return verdict(!value.isString() || schema.validateString(value, &result_));
+        const Bounds bounds = schema.bounds();
+        if (!schema.keepsBounds(bounds, value, result_)) return Verdict::Fail;
+        return verdict(!value.isString() || schema.keepsLength(bounds, value, result_));
+    }
+
+    // ----- Plain values, which most are: no frame is needed
+    // -----------------------------------------
+
+    /// Not behind references: their visits are counted.
+    bool checksAlone(const Schema& schema, const Variant& value) const {
+        return reference_ == nullptr && schema.standsAlone() && !value.isList() &&
+               !value.isObject();
+    }
+
+    bool passesAlone(const Schema& schema, const Variant& value) {
+        if (value.isNull() && schema.isRequired()) {
+            return schema.report(result_, RequiredValueMissing, value);
+        }
+        if (!schema.allowsType(value)) return schema.reportWrongType(value, result_);
+        if (!schema.validateValue(value, &result_)) return false;
+        const Bounds bounds = schema.bounds();
+        return schema.keepsBounds(bounds, value, result_) &&
+               (!value.isString() || schema.keepsLength(bounds, value, result_));
     }
 
     // ----- Frames --------------------------------------------------------------------------------
@@ -253,13 +298,11 @@ private:
     }
 
     /// A schema looks at what lies in the value.
-    Verdict descend(Frame& frame, Step step, boost::intrusive_ptr<Schema> schema,
-                    const Variant& value) {
+    Verdict descend(Frame& frame, Step step, const Schema& schema, const Variant& value) {
         frame.step = step;
-        const Schema& node = *schema;
         const std::size_t begin = trail_.size();
-        frames_.emplace_back(node, std::move(schema), value, begin, begin); // moves the frames
-        trail_.push_back(&node);
+        frames_.emplace_back(schema, nullptr, value, begin, begin); // moves the frames
+        trail_.push_back(&schema);
         return Verdict::Wait;
     }
 
@@ -396,10 +439,11 @@ bool Schema::validateValue(const Variant& value, ValidationResult* result) const
 
 bool Schema::validateArray(const Variant& value, ValidationResult* result) const {
     const List& list = value.listValue();
-    if (list.size() < minItems() || list.size() > maxItems()) {
+    const Bounds known = bounds();
+    if (list.size() < known.minItems || list.size() > known.maxItems) {
         return report(*result, ArrayIndexOutOfBounds, value);
     }
-    if (uniqueItems()) {
+    if (known.uniqueItems) {
         for (std::size_t i = 0; i < list.size(); ++i) {
             for (std::size_t j = i + 1; j < list.size(); ++j) {
                 // Intended: the item that comes first decides by its type, so that [1,"1"] has a
@@ -427,36 +471,47 @@ bool Schema::validateArray(const Variant& value, ValidationResult* result) const
     return true;
 }
 
+bool Schema::validateBounds(const Variant& value, ValidationResult* result) const {
+    return keepsBounds(bounds(), value, *result);
+}
+
 // Intended: a value of any kind meets the bounds, by the integer that it reads as.
 // Held by SchemaCheck.EveryKindOfValueMeetsTheBoundsByItsInteger.
-bool Schema::validateBounds(const Variant& value, ValidationResult* result) const {
+bool Schema::keepsBounds(const Bounds& bounds, const Variant& value,
+                         ValidationResult& result) const {
+    if (!bounds.boundsNumber) return true;
     const std::int64_t number = value.integerValue();
-    const std::int64_t least = minimum();
-    if (exclusiveMinimum() ? number <= least : number < least) {
-        return report(*result, ValueOutOfBounds, value, least);
+    const std::int64_t least = bounds.minimum;
+    if (bounds.exclusiveMinimum ? number <= least : number < least) {
+        return report(result, ValueOutOfBounds, value, least);
     }
-    const std::int64_t most = maximum();
-    if (exclusiveMaximum() ? number >= most : number > most) {
-        return report(*result, ValueOutOfBounds, value, most);
+    const std::int64_t most = bounds.maximum;
+    if (bounds.exclusiveMaximum ? number >= most : number > most) {
+        return report(result, ValueOutOfBounds, value, most);
     }
-    const std::int64_t divisor = divisibleBy();
+    const std::int64_t divisor = bounds.divisibleBy;
     // By -1 everything can be divided, but the smallest number overflows.
     // Intended: the integer is divided, so that 2.5 is divisible by 2.
     // Held by SchemaCheck.DivisibilityIsThatOfIntegers.
     if (divisor != 0 && divisor != -1 && number % divisor != 0) {
-        return report(*result, ValueNotDivisible, value, divisor);
+        return report(result, ValueNotDivisible, value, divisor);
     }
     return true;
 }
 
 bool Schema::validateString(const Variant& value, ValidationResult* result) const {
+    return keepsLength(bounds(), value, *result);
+}
+
+bool Schema::keepsLength(const Bounds& bounds, const Variant& value,
+                         ValidationResult& result) const {
     // Intended: bytes are counted, not characters.
     // Held by SchemaCheck.AStringHasAsManyBytesAsItsBoundsSay.
     const std::uint64_t length = value.stringValue().length();
-    if (length < minStringLength() || length > maxStringLength()) {
-        return report(*result, StringLengthOutOfBounds, value);
+    if (length < bounds.minLength || length > bounds.maxLength) {
+        return report(result, StringLengthOutOfBounds, value);
     }
-    return format().empty() || validateFormat(stringFormat_, value, result);
+    return !bounds.hasFormat || validateFormat(stringFormat_, value, &result);
 }
 
 namespace {

@@ -153,24 +153,30 @@ const Schema* Schema::referred(boost::intrusive_ptr<Schema>& held) const {
 boost::intrusive_ptr<Schema> Schema::at(std::size_t index) const {
     boost::intrusive_ptr<Schema> held;
     const Schema* node = referred(held);
-    if (node == nullptr) return NullPtr;
-    if (index < node->items_.size()) return node->items_[index];
-    if (!node->additionalItems_) return NullPtr;
-    return node->items_.empty() ? EmptyPtr : node->items_.back();
+    return node != nullptr ? node->ownElement(index) : NullPtr;
 }
 
-// Intended: extended schemas aren't asked, so that one that is closed by "additionalProperties"
-// refuses the properties that it extends.
-// Held by SchemaCheck.AClosedSchemaRefusesThePropertiesThatItExtends.
+const boost::intrusive_ptr<Schema>& Schema::ownElement(std::size_t index) const {
+    if (index < items_.size()) return items_[index];
+    if (!additionalItems_) return NullPtr;
+    return items_.empty() ? EmptyPtr : items_.back();
+}
+
 template <typename K>
 boost::intrusive_ptr<Schema> Schema::propertyOf(const K& key) const {
     boost::intrusive_ptr<Schema> held;
     const Schema* node = referred(held);
     if (node == nullptr) return NullPtr;
     const auto entry = node->properties_.find(key);
-    if (entry != node->properties_.end()) return entry->second;
-    if (!node->additionalAllowed_) return NullPtr;
-    return node->additionalSchema_ ? node->additionalSchema_ : EmptyPtr;
+    return entry != node->properties_.end() ? entry->second : node->ownAdditionalProperty();
+}
+
+// Intended: extended schemas aren't asked, so that one that is closed by "additionalProperties"
+// refuses the properties that it extends.
+// Held by SchemaCheck.AClosedSchemaRefusesThePropertiesThatItExtends.
+const boost::intrusive_ptr<Schema>& Schema::ownAdditionalProperty() const {
+    if (!additionalAllowed_) return NullPtr;
+    return additionalSchema_ ? additionalSchema_ : EmptyPtr;
 }
 
 boost::intrusive_ptr<Schema> Schema::property(const qx::IntrusiveString& key) const {

@@ -505,6 +505,48 @@ TEST(SchemaCheck, BoundsComeInTheirOrder) {
 
 // ----- Step 10: strings --------------------------------------------------------------------------
 
+TEST(SchemaCheck, OfARepeatedBoundTheFirstCounts) {
+    expect_rows({{R"({"minimum":3,"maximum":9,"minimum":5})", "4", "ok"},
+                 {R"({"minimum":5,"maximum":9,"minimum":3})", "4", "4 5 at '' = 4"},
+                 {R"({"maxLength":1,"maxLength":9})", "\"ab\"", "6 null at '' = \"ab\""}});
+}
+
+TEST(SchemaCheck, ADefinitionOfManyEntriesBoundsAsOneOfFewDoes) {
+    std::string document = R"({"minimum":5,"exclusiveMaximum":true,"maximum":9,"minLength":1)";
+    for (int i = 0; i < 100; ++i) {
+        document += ",\"word " + std::to_string(i) + "\":1";
+    }
+    document += '}';
+    EXPECT_EQ("4 5 at '' = 4", check(document, "4"));
+    EXPECT_EQ("ok", check(document, "8"));
+    EXPECT_EQ("4 9 at '' = 9", check(document, "9"));
+}
+
+TEST(SchemaCheck, AFlagThatTheDefinitionsOwnSchemaAddsCounts) {
+    Variant document = value_of(R"({"minimum":4,"format":"uri"})");
+    const SchemaPtr plain(new Schema(document, qx::Url()));
+    EXPECT_EQ("ok", told(plain->validate(Variant(4))));
+    document.attachSchema(
+        schema_of(R"({"properties":{"exclusiveMinimum":{"type":"boolean","default":true}}})"));
+    const SchemaPtr bound(new Schema(document, qx::Url()));
+    EXPECT_EQ("4 4 at '' = 4", told(bound->validate(Variant(4))));
+}
+
+TEST(SchemaCheck, PropertiesAreFoundInWhateverOrderTheObjectHasThem) {
+    std::string document = R"({"additionalProperties":false,"properties":{)";
+    for (int i = 0; i < 12; ++i) {
+        document += (i > 0 ? ",\"k" : "\"k") + std::to_string(i) +
+                    "\":{\"maximum\":" + std::to_string(i) + "}";
+    }
+    document += "}}";
+    expect_rows(
+        {{document.c_str(), R"({"k0":0,"k1":1,"k2":2})", "ok"},
+         {document.c_str(), R"({"k11":11,"k3":3,"k4":4,"k0":0})", "ok"},
+         {document.c_str(), R"({"k11":11,"k11":11,"k10":10})", "ok"},
+         {document.c_str(), R"({"k5":5,"k4":5})", "4 4 at 'k4' = 5"},
+         {document.c_str(), R"({"k11":11,"k12":0})", "10 \"k12\" at '' = {\"k11\":11,\"k12\":0}"}});
+}
+
 TEST(SchemaCheck, AStringHasAsManyBytesAsItsBoundsSay) {
     expect_rows({{R"({"minLength":2})", "\"a\"", "6 null at '' = \"a\""},
                  {R"({"minLength":2})", "\"ab\"", "ok"},
