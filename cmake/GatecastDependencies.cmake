@@ -16,8 +16,8 @@ if(NOT TARGET Boost::headers)
     target_include_directories(Boost::headers INTERFACE ${Boost_INCLUDE_DIRS})
 endif()
 
-find_package(Yajl 2.1 QUIET)
-if(NOT Yajl_FOUND)
+find_package(GatecastYajl 2.1 QUIET)
+if(NOT GatecastYajl_FOUND)
     message(FATAL_ERROR
         "gatecast needs yajl, 2.1 or newer, and didn't find it. "
         "Debian has it in the package libyajl-dev; a yajl elsewhere is named by "

@@ -11,4 +11,7 @@ gatecast_add_tests(core_tests
     SignalPublisherTest.cpp
     StringHashTest.cpp
     StringPoolTest.cpp
-    UrlTest.cpp)
+    UrlTest.cpp
+    VersionTest.cpp)
+target_compile_definitions(core_tests PRIVATE
+    GATECAST_TEST_PACKAGE_VERSION="${PROJECT_VERSION}")

@@ -18,4 +18,4 @@ gatecast_add_tests(json_tests
     VariantTest.cpp)
 
 # One of the tests compares the parser with the bare tokenizer.
-target_link_libraries(json_tests PRIVATE Yajl::yajl)
+target_link_libraries(json_tests PRIVATE gatecast::yajl)

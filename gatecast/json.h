@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+// All public headers of json/.
+#pragma once
+
+#include "json/Forward.h"
+#include "json/JsonParser.h"
+#include "json/JsonPrinter.h"
+#include "json/List.h"
+#include "json/Object.h"
+#include "json/Path.h"
+#include "json/TreeIterator.h"
+#include "json/Variant.h"
+#include "json/VariantIterator.h"

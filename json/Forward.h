@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+// Names of json/ for headers that only mention them.
+#pragma once
+
+#include "core/Forward.h"
+
+#include <cstdint>
+
+namespace json {
+
+class IJsonParserListener;
+class JsonParser;
+class JsonPrinter;
+class List;
+class Object;
+class Path;
+class TreeIterator;
+class VarListIterator;
+class VarObjectIterator;
+class VarSingleIterator;
+class Variant;
+class VariantIterator;
+
+enum class Type : std::uint8_t;
+
+} // namespace json
