@@ -71,10 +71,14 @@ Parts split(std::string_view text) {
     return parts;
 }
 
-/// Where the path of the text begins, behind scheme and authority.
-std::size_t path_start(std::string_view text) {
-    const std::string_view path = split(text).path;
-    return static_cast<std::size_t>(path.data() - text.data());
+/// Where the text ends without its last slashes, of which those before the path stay.
+std::size_t end_without_slashes(std::string_view text) {
+    const auto start = static_cast<std::size_t>(split(text).path.data() - text.data());
+    std::size_t end = text.size();
+    while (end > start && text[end - 1] == '/') {
+        --end;
+    }
+    return end;
 }
 
 /// Whether the text holds only unreserved characters, sub-delimiters, percent triples and `extra`.
@@ -236,20 +240,24 @@ bool Url::relative() const {
     return !parts.hasScheme && is_valid(parts);
 }
 
-Url Url::operator/(const char* path) const {
-    return *this / std::string(path != nullptr ? path : "");
-}
+Url Url::operator/(const char* path) const { return joined(path != nullptr ? path : ""); }
+Url Url::operator/(const std::string& path) const { return joined(path); }
 
-Url Url::operator/(const std::string& path) const {
+Url Url::joined(std::string_view path) const {
     if (path.empty()) return *this;
-    if (path.front() == '?') return Url(text_ + path);
-    if (path.front() == '#') return Url(text_.substr(0, text_.find('#')) + path);
-    std::size_t end = text_.size();
-    for (const std::size_t start = path_start(text_); end > start && text_[end - 1] == '/';) {
-        --end;
+    std::size_t kept = text_.size();
+    const char* seam = "";
+    if (path.front() == '#') {
+        kept = std::min(kept, text_.find('#'));
+    } else if (path.front() != '?') {
+        if (kept > 0 && text_[kept - 1] == '/') kept = end_without_slashes(text_);
+        path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+        seam = "/";
     }
-    const std::size_t tail = path.find_first_not_of('/');
-    return Url(text_.substr(0, end) + "/" + (tail == std::string::npos ? "" : path.substr(tail)));
+    Url url; // made at its full length: each call of a method asks for two of them
+    url.text_.reserve(kept + 1 + path.size());
+    url.text_.append(text_, 0, kept).append(seam).append(path);
+    return url;
 }
 
 Url Url::operator%(const char* base) const {

@@ -5,6 +5,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <string_view>
 
 namespace qx {
 
@@ -48,6 +49,8 @@ public:
     /// @}
 
 private:
+    Url joined(std::string_view path) const;
+
     std::string text_;
 };
 

@@ -380,6 +380,7 @@ private:
         return properties_.empty() && additionalAllowed_ && !additionalSchema_ && ref_.empty();
     }
     /// @}
+    static boost::intrusive_ptr<Schema> registered(const qx::Url& url);
     const Schema* referred(boost::intrusive_ptr<Schema>& held) const;
     bool report(ValidationResult& result, ValidationCode code, const Variant& value,
                 const Variant& detail = Variant::Empty) const;

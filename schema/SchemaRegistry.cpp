@@ -32,10 +32,13 @@ Schema::SchemaMap& Schema::global_schemas() {
 }
 
 boost::intrusive_ptr<Schema> Schema::resolve(const qx::Url& url, const qx::Url& context) {
+    return context.empty() ? registered(url) : registered(url % context);
+}
+
+boost::intrusive_ptr<Schema> Schema::registered(const qx::Url& url) {
     const SchemaMap& schemas = const_global_schemas();
-    const qx::Url absolute = context.empty() ? url : url % context;
     const RegistryLock lock(registry_mutex());
-    const auto entry = schemas.find(absolute);
+    const auto entry = schemas.find(url);
     return entry != schemas.end() ? entry->second : NullPtr;
 }
 
