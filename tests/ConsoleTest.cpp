@@ -504,7 +504,7 @@ TEST(Console, SaysHowACommandIsUsed) {
         {"queue", "error: usage: queue N\n"},
         {"seen 5 yes", "error: usage: seen N [no]\n"},
         {"delete", "error: usage: delete N\n"},
-        {"preview 5", "error: usage: preview N FILE\n"},
+        {"preview 5", "error: usage: preview [N] -o FILE\n"},
         {"snapshot", "error: usage: snapshot FILE\n"},
         {"mailbox first", "error: usage: mailbox [ID]\n"},
         {"register 5", "error: usage: register ID NAME\n"},
@@ -633,7 +633,7 @@ TEST(Console, EndsAScriptWhenTheDeviceDoesNotAnswer) {
     EXPECT_EQ("error: the greeting: the device didn't answer in time\n", alone.errors.str());
     EXPECT_EQ("connected\n", alone.printed());
     EXPECT_TRUE(alone.console.finished());
-    EXPECT_EQ(1, alone.console.exitStatus());
+    EXPECT_EQ(Console::TimeOut, alone.console.exitStatus());
 }
 
 TEST(Console, LetsAPersonGoOnWhenTheDeviceDoesNotAnswer) {
@@ -651,7 +651,7 @@ TEST(Console, SaysThatTheConnectionIsLost) {
     at.console.connectionLost("end of file");
     EXPECT_EQ("error: the connection is lost: end of file\n", at.errors.str());
     EXPECT_TRUE(at.console.finished());
-    EXPECT_EQ(1, at.console.exitStatus());
+    EXPECT_EQ(Console::NoConnection, at.console.exitStatus());
 }
 
 TEST(Console, MissesNoConnectionAfterQuit) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "console/Console.h"
 
+#include "console/SilentOutput.h"
 #include "shared/PlainText.h"
 #include "shared/UtcTime.h"
 #include "json/JsonParser.h"
@@ -24,6 +25,13 @@ constexpr int kPictureHeight = 240;
 constexpr std::int64_t kLiveView = -1;        // where messages are told apart by record id
 constexpr std::size_t kMostMessages = 10'000; // of one list
 constexpr std::size_t kAnyNumber = 1000;      // of words
+constexpr double kLongestWatch = 1e9;         // seconds
+constexpr const char* kEventKinds[] = {"door", "light", "view", "bell", "registration"};
+
+// Traits of a command.
+constexpr unsigned int kNeedsDevice = 1;  // can't be obeyed without a connection
+constexpr unsigned int kAlone = 2;        // makes sense as the only command
+constexpr unsigned int kNamesMessage = 4; // by its number, as its first word
 
 /// A device's text as one line that can't steer the terminal.
 std::string plain(const std::string& text) { return shared::plainText(text); }
@@ -68,23 +76,6 @@ std::optional<Number> number(const std::string& word) {
     return value;
 }
 
-/// Keeps standard and error output silent while it lives: the library prints there what it learns
-/// of methods, in the device's own words. This console prints that when it is asked, made plain.
-class SilentOutput {
-public:
-    SilentOutput() : out_(std::cout.rdbuf(nullptr)), errors_(std::cerr.rdbuf(nullptr)) {}
-    ~SilentOutput() {
-        std::cout.rdbuf(out_);
-        std::cerr.rdbuf(errors_);
-    }
-    SilentOutput(const SilentOutput&) = delete;
-    SilentOutput& operator=(const SilentOutput&) = delete;
-
-private:
-    std::streambuf* out_;
-    std::streambuf* errors_;
-};
-
 std::string parameters_of(const json::Variant& record) {
     std::string text;
     for (const json::Variant& parameter : record["params"].listValue()) {
@@ -104,8 +95,9 @@ Console::~Console() = default;
 
 void Console::connected() {
     connected_ = true;
-    tell("connected");
-    command_ = "the greeting";
+    if (!waiting_) command_ = "the greeting";
+    greeting_ = true;
+    tell("connected", Said("connection").with("state", "connected"));
     open();
     setupSubscriptions(settings_.phone);
     subscribe2("subscription", "view", true, kSubscribeView);
@@ -113,11 +105,16 @@ void Console::connected() {
 }
 
 void Console::enter(const std::string& line) {
+    std::istringstream stream(line);
+    obey(Words{std::istream_iterator<std::string>(stream), {}});
+}
+
+void Console::obey(Words words) {
     if (finished_ && !connected_) {
-        fail(plain(line) + ": there is no connection");
+        fail(NoConnection, plain(words_from(words, 0)) + ": there is no connection");
         return;
     }
-    lines_.push_back(line);
+    lines_.push_back(std::move(words));
     advance();
 }
 
@@ -127,6 +124,11 @@ void Console::endOfInput() {
 }
 
 void Console::receive(const std::string& frame) {
+    if (settings_.traffic) {
+        const std::size_t text = std::min(frame.find('\0'), frame.size());
+        const std::size_t attachment = frame.size() - std::min(text + 1, frame.size());
+        tellTraffic("received", frame.substr(0, text), attachment);
+    }
     receiveJsonHeaderUpdate(reinterpret_cast<const unsigned char*>(frame.data()),
                             static_cast<unsigned int>(frame.size()));
     if (std::exchange(questionAnswered_, false)) {
@@ -142,54 +144,111 @@ void Console::receive(const std::string& frame) {
 
 void Console::deadlinePassed() {
     if (!waiting_) return;
+    const std::optional<Watch> watch = std::exchange(watch_, std::nullopt);
     awaited_.reset();
     wanted_.reset();
     question_ = 0;
+    greeting_ = false;
+    const bool checking = checking_;
     done();
-    fail(command_ + ": the device didn't answer in time");
+    if (watch && watch->missing) {
+        fail(TimeOut,
+             command_ + ": " + std::to_string(*watch->missing) + " more should have come in time");
+    } else if (!watch && !checking) {
+        fail(TimeOut, command_ + ": the device didn't answer in time");
+    }
+    advance();
+}
+
+void Console::interrupt() {
+    if (!waiting_) return;
+    awaited_.reset();
+    wanted_.reset();
+    watch_.reset();
+    checking_ = false;
+    greeting_ = false;
+    question_ = 0;
+    done();
     advance();
 }
 
 void Console::connectionLost(const std::string& reason) {
-    if (finished_) return;
+    if (finished_ || lost_) return;
     connected_ = false;
+    const std::string text = "the connection is lost: " + plain(reason);
+    if (!settings_.reconnects) {
+        finished_ = true;
+        fail(NoConnection, text);
+        return;
+    }
+    lost_ = true;
+    remark(text, Said("connection").with("state", "lost").with("reason", reason));
+    forgetRequests();
+    if (watch_ || !waiting_) return; // who watches goes on when it is back
+    checking_ = false;
+    done();
+    fail(NoConnection, command_ + ": the connection is lost");
+    advance();
+}
+
+void Console::unreachable(const std::string& text) {
     finished_ = true;
-    fail("the connection is lost: " + plain(reason));
+    fail(NoConnection, plain(text));
+}
+
+/// No answer to what has been asked will come by a new connection.
+void Console::forgetRequests() {
+    question_ = 0;
+    greeting_ = false;
+    awaited_.reset();
+    wanted_.reset();
+    previewKeyByRequest.clear();
+    previewRequestByKey.clear();
+    for (auto row = pendingRequests.begin(); row != pendingRequests.end();) {
+        row = row->second.keepAfterResponse ? std::next(row) : pendingRequests.erase(row);
+    }
 }
 
 // ----- One line after another --------------------------------------------------------------------
 
 void Console::advance() {
     while (!finished_ && !waiting_ && !lines_.empty()) {
-        const std::string line = std::move(lines_.front());
+        const Words words = std::move(lines_.front());
         lines_.pop_front();
-        begin(line);
+        begin(words);
     }
     if (!finished_ && !waiting_ && inputEnded_) quit({});
 }
 
-void Console::begin(const std::string& line) {
-    std::istringstream stream(line);
-    const Words words{std::istream_iterator<std::string>(stream), {}};
-    if (words.empty() || words[0][0] == '#') return;
+void Console::begin(const Words& words) {
+    if (words.empty() || words[0].empty() || words[0][0] == '#') return;
     command_ = plain(words_from(words, 0));
-    if (settings_.script) out_ << "> " << command_ << std::endl;
+    if (settings_.script) print("> " + command_, Said("command").with("text", command_));
 
     const auto found = std::find_if(commands().begin(), commands().end(),
                                     [&](const Command& row) { return row.name == words[0]; });
     if (found == commands().end()) {
-        fail("there is no command \"" + plain(words[0]) + "\"; \"help\" lists them");
+        fail(UsageFault, "there is no command \"" + plain(words[0]) + "\"; \"help\" lists them");
         return;
     }
-    if (found->needsDevice && !connected_) {
-        fail(command_ + ": there is no connection");
+    if ((found->traits & kNeedsDevice) != 0 && !connected_) {
+        fail(NoConnection, command_ + ": there is no connection");
+        return;
+    }
+    const bool namesMessage =
+        (found->traits & kNamesMessage) != 0 && words.size() > 1 && words[1] != "-o";
+    if (settings_.once && namesMessage && !std::exchange(listRead_, true)) {
+        listing_ = true;
+        lines_.push_front(words);
+        mailBox({"mailbox", settings_.mailBox});
+        awaitAnswers();
         return;
     }
     const std::uint64_t sentBefore = sent_;
     const std::size_t parameters = words.size() - 1;
     if (parameters < found->fewest || parameters > found->most || !(this->*found->run)(words)) {
         const std::string rest = found->parameters;
-        fail("usage: " + std::string(found->name) + (rest.empty() ? "" : " " + rest));
+        fail(UsageFault, "usage: " + std::string(found->name) + (rest.empty() ? "" : " " + rest));
     } else if (sent_ != sentBefore && !finished_) {
         awaitAnswers();
     } else {
@@ -199,44 +258,96 @@ void Console::begin(const std::string& line) {
 
 /// Asks for the version: the device answers in order, so its answer comes behind all others.
 void Console::awaitAnswers() {
-    if (!std::exchange(waiting_, true)) ++commandsBegun_;
+    if (!waiting_) await(settings_.patience);
     question_ = call0("version").referenceId();
     sentWithQuestion_ = sent_;
 }
 
+void Console::await(std::optional<std::chrono::milliseconds> limit) {
+    waiting_ = true;
+    timeLimit_ = limit;
+    ++commandsBegun_;
+}
+
 void Console::done() {
+    listing_ = false;
+    if (std::exchange(greeting_, false)) {
+        if (std::exchange(lost_, false) && settings_.once) {
+            remark("connected again", Said("connection").with("state", "connected"));
+        }
+        if (watch_) return; // the greeting was that of a new connection
+    }
     waiting_ = false;
+    if (checking_) tellCheck();
     missPicture();
 }
 
-void Console::fail(const std::string& text) {
-    errors_ << "error: " << text << std::endl;
-    failed_ = true;
-    if (settings_.script) finished_ = true;
+void Console::fail(ExitStatus status, const std::string& text, std::optional<std::int64_t> code) {
+    Said said("error");
+    said.with("status", static_cast<int>(status));
+    if (code) said.with("code", *code);
+    remark("error: " + text, said.with("text", text));
+    if (status_ == Good) status_ = status;
+    if (settings_.script || settings_.once) finished_ = true;
 }
 
-void Console::tell(const std::string& line) {
-    out_ << line << std::endl;
+void Console::tell(const std::string& line, const Said& said) {
+    const bool watched =
+        watch_ && !greeting_ &&
+        (watch_->kinds.empty()
+             ? std::count(std::begin(kEventKinds), std::end(kEventKinds), said.type()) != 0
+             : watch_->kinds.count(said.type()) != 0);
+    const bool unasked = settings_.once && (greeting_ || listing_ || (watch_ && !watched));
+    if (!unasked && !checking_) print(line, said);
+    if (watched && watch_->missing && --*watch_->missing <= 0) {
+        watch_.reset();
+        done();
+    }
     if (awaited_ && line.find(*awaited_) != std::string::npos) {
         awaited_.reset();
         done();
     }
 }
 
+void Console::print(const std::string& line, const Said& said) {
+    out_ << (settings_.json ? said.text() : line) << std::endl;
+}
+
+/// What isn't a result: to the error output, or for programs among the other objects.
+void Console::remark(const std::string& line, const Said& said) {
+    (settings_.json ? out_ : errors_) << (settings_.json ? said.text() : line) << std::endl;
+}
+
+void Console::tellTraffic(const char* type, const std::string& text, std::size_t attachment) {
+    std::string line = (type == std::string("sent") ? "> " : "< ") + shared::escapedText(text);
+    Said said(type);
+    said.with("text", text);
+    if (attachment > 0) {
+        line += " + " + std::to_string(attachment) + " bytes";
+        said.with("attachment", attachment);
+    }
+    remark(line, said);
+}
+
 // ----- What the device says ----------------------------------------------------------------------
 
 void Console::sendJsonText(const char* text, int size) {
     ++sent_;
-    send_(std::string(text, static_cast<std::size_t>(size)));
+    const std::string request(text, static_cast<std::size_t>(size));
+    if (settings_.traffic) tellTraffic("sent", request, 0);
+    send_(request);
 }
 
 bool Console::handleResponse(const json::Request& request, const json::Response& response,
                              json::Schema::ValidationResult result) {
+    record(request, response);
+    errorUnderWay_ = response.isError();
     messageShown_ = false;
     std::optional<SilentOutput> silence;
     if (request.methodName() == "list_methods") silence.emplace();
     const bool good = GatecastConversation::handleResponse(request, response, result);
     silence.reset();
+    errorUnderWay_ = false;
     const std::int64_t id = response.referenceId().integerValue();
     if (question_ != 0 && id == question_) {
         question_ = 0;
@@ -244,18 +355,29 @@ bool Console::handleResponse(const json::Request& request, const json::Response&
     } else if (!response.isError()) {
         tellEvent(request, response);
     } else if (!messageShown_) {
-        tell("device error " + std::to_string(response.errorCode()) + ": " +
-             plain(response.errorMessage().c_str()));
+        tellDeviceError(response);
     }
     return good;
+}
+
+void Console::tellDeviceError(const json::Response& response) {
+    const std::int64_t code = response.errorCode();
+    const std::string text = plain(response.errorMessage().c_str());
+    const std::string line = "device error " + std::to_string(code) + ": " + text;
+    if (settings_.once && !greeting_ && !checking_) {
+        fail(DeviceFault, line, code);
+    } else {
+        tell(line, Said("device_error").with("code", code).with("text", text));
+    }
 }
 
 bool Console::warningRequestValidation(const json::Request& request,
                                        json::Schema::ValidationResult result) {
     std::ostringstream fault;
     fault << result.message(result.code) << " at " << result.path;
-    tell("warning: " + plain(request.methodName().c_str()) +
-         " isn't called as the device has described it: " + plain(fault.str()));
+    const std::string text = plain(request.methodName().c_str()) +
+                             " isn't called as the device has described it: " + plain(fault.str());
+    tell("warning: " + text, Said("warning").with("text", text));
     return true;
 }
 
@@ -264,41 +386,51 @@ void Console::tellEvent(const json::Request& request, const json::Response& resp
     const std::string method = request.methodName();
     const json::Variant& first = response.firstResult();
     if (id == SubscribeDoor) {
-        tell("door: " + readable(first));
+        tell("door: " + readable(first), Said("door").with("value", first));
     } else if (id == SubscribeLight) {
-        tell(first.booleanValue() ? "light: on" : "light: off");
+        const bool on = first.booleanValue();
+        tell(on ? "light: on" : "light: off", Said("light").with("on", on));
     } else if (id == kSubscribeView) {
         const json::List& view = response.resultList();
         tell("view: " + readable(view[0]) + " to the right, " + readable(view[1]) + " up, zoom " +
-             readable(view[2]));
+                 readable(view[2]),
+             Said("view").with("right", view[0]).with("up", view[1]).with("zoom", view[2]));
     } else if (id == SubscribeDevice) {
         // A registration is told by the device client. (What isn't a string equals no text, and
         // differs from none.)
         if (!(first == "bell")) return;
         ringing_ = response.resultList()[1].booleanValue();
-        tell(ringing_ ? "bell: ringing" : "bell: silent");
+        tell(ringing_ ? "bell: ringing" : "bell: silent", Said("bell").with("ringing", ringing_));
     } else if (id == ListMethodsRefId) {
         catalogue_ = response.result();
     } else if (method == "version") {
-        tell("protocol: " + std::to_string(versionMajor) + "." + std::to_string(versionMinor));
+        tell("protocol: " + std::to_string(versionMajor) + "." + std::to_string(versionMinor),
+             Said("protocol").with("major", versionMajor).with("minor", versionMinor));
     } else if (id == SubscribeMailBox || method == "preview_message" || method == "preview_live" ||
                method == "list_addressees" || method == "list_contact_numbers") {
         return; // told by an operation of its own
     } else {
         const std::string name = method.empty() ? "event " + std::to_string(id) : plain(method);
-        tell(name + ": " + readable(response.result()));
+        Said said(method.empty() ? "event" : "answer");
+        if (!method.empty()) said.with("method", method);
+        tell(name + ": " + readable(response.result()),
+             said.with("id", id).with("result", response.result()));
     }
 }
 
 void Console::deviceRegistered(const qx::IntrusiveString&, const qx::IntrusiveString& second,
                                const qx::IntrusiveString& third) {
     registeredWith_ = plain(second.c_str()) + " (" + plain(third.c_str()) + ")";
-    tell("registered with " + registeredWith_);
+    tellRegistered();
 }
 
 void Console::contactRegistered(const qx::IntrusiveString&, const qx::IntrusiveString& name) {
     registeredWith_ = plain(name.c_str());
-    tell("registered with " + registeredWith_);
+    tellRegistered();
+}
+
+void Console::tellRegistered() {
+    tell("registered with " + registeredWith_, Said("registration").with("with", registeredWith_));
 }
 
 void Console::addresseesListed(std::map<std::string, std::string> addressees) {
@@ -324,27 +456,39 @@ void Console::singleContactNumber(const qx::IntrusiveString& contactNumber,
 }
 
 void Console::tellChoice(const std::string& kind, const std::string& id, const std::string& name) {
-    tell(kind + " " + plain(id) + ": " + plain(name));
+    tell(kind + " " + plain(id) + ": " + plain(name), Said(kind).with("id", id).with("name", name));
 }
 
 void Console::showMessage(const qx::IntrusiveString& text) {
+    // The only command of a program tells what the device refuses by its code.
+    if (settings_.once && errorUnderWay_ && !greeting_) return;
     messageShown_ = true;
-    tell("message: " + plain(text.c_str()));
+    tell("message: " + plain(text.c_str()), Said("message").with("text", plain(text.c_str())));
 }
 
 void Console::mailBoxData(const json::List& result, int batch) {
-    tell("mail box, batch " + std::to_string(batch) + ": " + std::to_string(result.size()) +
-         (result.size() == 1 ? " message" : " messages"));
+    if (!errorUnderWay_ || !settings_.once) {
+        tell("mail box, batch " + std::to_string(batch) + ": " + std::to_string(result.size()) +
+                 (result.size() == 1 ? " message" : " messages"),
+             Said("mail_box").with("batch", batch).with("messages", result.size()));
+    }
     for (const json::Variant& row : result) {
         const qx::MailBoxEntry entry(row);
         if (messages_.size() < kMostMessages) messages_[entry.sequenceNo()] = entry;
         const std::string time = shared::utcTime(entry.timestamp());
+        const double seconds = row["length_ds"].realValue() / 10;
+        const bool seen = row["message_seen"].booleanValue();
         std::ostringstream line;
         line.imbue(std::locale::classic());
         line << "message " << entry.sequenceNo() << ": " << (time.empty() ? "no time" : time)
-             << ", " << readable(row["name_sender"]) << ", " << row["length_ds"].realValue() / 10
-             << " s, " << (row["message_seen"].booleanValue() ? "seen" : "new");
-        tell(line.str());
+             << ", " << readable(row["name_sender"]) << ", " << seconds << " s, "
+             << (seen ? "seen" : "new");
+        tell(line.str(), Said("mail")
+                             .with("number", entry.sequenceNo())
+                             .with("time", time)
+                             .with("sender", row["name_sender"])
+                             .with("seconds", seconds)
+                             .with("seen", seen));
     }
 }
 
@@ -357,28 +501,36 @@ void Console::livePreviewReady(boost::shared_ptr<std::string> image) {
 }
 
 void Console::takePicture(std::int64_t key, const std::string& image) {
+    const bool picture = image.compare(0, 2, "\xFF\xD8") == 0;
+    if (checking_) {
+        checkedPicture_ =
+            std::to_string(image.size()) + (picture ? " bytes of JPEG" : " bytes, but no JPEG");
+        return;
+    }
     if (!wanted_ || wanted_->key != key) {
-        tell("a picture of " + std::to_string(image.size()) + " bytes came unasked");
+        tell("a picture of " + std::to_string(image.size()) + " bytes came unasked",
+             Said("picture").with("bytes", image.size()));
         return;
     }
     const std::string file = std::move(wanted_->file);
     wanted_.reset();
-    if (image.compare(0, 2, "\xFF\xD8") != 0) {
-        fail(command_ + ": what came is no JPEG picture");
+    if (!picture) {
+        fail(DeviceFault, command_ + ": what came is no JPEG picture");
         return;
     }
     const std::string fault = settings_.save(file, image);
     if (fault.empty()) {
-        tell("saved: " + plain(file));
+        tell("saved: " + plain(file), Said("saved").with("file", file).with("bytes", image.size()));
     } else {
-        fail("can't write " + plain(file) + ": " + fault);
+        fail(UsageFault, "can't write " + plain(file) + ": " + fault);
     }
 }
 
 void Console::missPicture() {
     if (!wanted_) return;
     wanted_.reset();
-    fail(command_ + ": no picture came");
+    if (settings_.once && status_ != Good) return; // the device has said why
+    fail(DeviceFault, command_ + ": no picture came");
 }
 
 std::string Console::showing() const {
@@ -393,51 +545,104 @@ const qx::MailBoxEntry* Console::messageOf(const std::string& word) {
     const std::optional<unsigned int> wanted = number<unsigned int>(word);
     const auto found = wanted ? messages_.find(*wanted) : messages_.end();
     if (found != messages_.end()) return &found->second;
-    fail("there is no message \"" + plain(word) + "\" in the list; \"mailbox\" reads it");
+    fail(UsageFault, "there is no message \"" + plain(word) + "\" in the list; " +
+                         (settings_.once ? "mail box " + plain(settings_.mailBox) + " was read"
+                                         : "\"mailbox\" reads it"));
     return nullptr;
 }
 
 // ----- The commands ------------------------------------------------------------------------------
 
 const std::vector<Console::Command>& Console::commands() {
+    constexpr unsigned int device = kNeedsDevice;
+    constexpr unsigned int both = kNeedsDevice | kAlone;
+    constexpr unsigned int message = kNeedsDevice | kAlone | kNamesMessage;
     static const std::vector<Command> table = {
-        {"door", "", "open the door", 0, 0, true, &Console::door},
-        {"light", "", "turn the light on or off", 0, 0, true, &Console::light},
-        {"ring", "", "press the bell button (simulated stations only)", 0, 0, true, &Console::ring},
-        {"ack", "[no]", "answer the bell, or refuse", 0, 1, true, &Console::acknowledge},
-        {"click", "X Y [zoom]", "centre the view on a point, in thousandths", 2, 3, true,
+        {"door", "", "open the door", 0, 0, both, &Console::door},
+        {"light", "", "turn the light on or off", 0, 0, both, &Console::light},
+        {"ring", "", "press the bell button (simulated stations only)", 0, 0, both, &Console::ring},
+        {"ack", "[no]", "answer the bell, or refuse", 0, 1, both, &Console::acknowledge},
+        {"click", "X Y [zoom]", "centre the view on a point, in thousandths", 2, 3, both,
          &Console::click},
-        {"pan", "X Y", "turn the camera by steps to the right and up", 2, 2, true, &Console::pan},
-        {"center", "", "turn the camera to the middle", 0, 0, true, &Console::center},
-        {"zoom", "N", "set the zoom; +N and -N change it by steps", 1, 1, true, &Console::zoom},
-        {"mode", "NAME", "choose how the picture is shown", 1, 1, true, &Console::mode},
-        {"live", "", "show the live view", 0, 0, true, &Console::showLive},
-        {"play", "[N | START END]", "go on, play message N, or a span of seconds", 0, 2, true,
+        {"pan", "X Y", "turn the camera by steps to the right and up", 2, 2, both, &Console::pan},
+        {"center", "", "turn the camera to the middle", 0, 0, both, &Console::center},
+        {"zoom", "N", "set the zoom; +N and -N change it by steps", 1, 1, both, &Console::zoom},
+        {"mode", "NAME", "choose how the picture is shown", 1, 1, both, &Console::mode},
+        {"live", "", "show the live view", 0, 0, device, &Console::showLive},
+        {"play", "[N | START END]", "go on, play message N, or a span of seconds", 0, 2, device,
          &Console::startPlay},
-        {"queue", "N", "play message N after what plays", 1, 1, true, &Console::queue},
-        {"pause", "", "pause what is shown, or go on to a queued message", 0, 0, true,
+        {"queue", "N", "play message N after what plays", 1, 1, device, &Console::queue},
+        {"pause", "", "pause what is shown, or go on to a queued message", 0, 0, device,
          &Console::stopForNow},
         {"register", "ID NAME", "add this phone to an entry of the address book", 2, kAnyNumber,
-         true, &Console::registerPhone},
-        {"mailbox", "[ID]", "list the messages of a mail box, the first by default", 0, 1, true,
+         both, &Console::registerPhone},
+        {"mailbox", "[ID]", "list the messages of a mail box, the first by default", 0, 1, both,
          &Console::mailBox},
-        {"seen", "N [no]", "mark message N as seen, or as new", 1, 2, true, &Console::seen},
-        {"delete", "N", "delete message N", 1, 1, true, &Console::erase},
-        {"preview", "N FILE", "save the picture of message N", 2, kAnyNumber, true,
-         &Console::preview},
-        {"snapshot", "FILE", "save a picture of the live view", 1, kAnyNumber, true,
+        {"seen", "N [no]", "mark message N as seen, or as new", 1, 2, message, &Console::seen},
+        {"delete", "N", "delete message N", 1, 1, message, &Console::erase},
+        {"preview", "[N] -o FILE", "save the picture of message N, or one of the live view", 2,
+         kAnyNumber, message, &Console::preview},
+        {"snapshot", "FILE", "save a picture of the live view", 1, kAnyNumber, both,
          &Console::snapshot},
-        {"status", "", "tell what is known of the device", 0, 0, false, &Console::status},
-        {"methods", "[METHOD]", "list the device's methods, or describe one", 0, 1, false,
+        {"status", "", "tell what is known of the device", 0, 0, kAlone, &Console::status},
+        {"methods", "[METHOD]", "list the device's methods, or describe one", 0, 1, kAlone,
          &Console::methods},
         {"call", "METHOD [LIST]", "call any method with a JSON list of parameters", 1, kAnyNumber,
-         true, &Console::callMethod},
+         both, &Console::callMethod},
         {"wait", "[TEXT]", "wait for the next line from the device that has the text", 0,
-         kAnyNumber, true, &Console::wait},
-        {"help", "", "list the commands", 0, 0, false, &Console::help},
-        {"quit", "", "end the connection", 0, 0, false, &Console::quit},
+         kAnyNumber, device, &Console::wait},
+        {"watch", "[-C N] [-W S] [KIND]...",
+         "wait for events: door, light, view, bell, registration", 0, kAnyNumber, both,
+         &Console::watch},
+        {"check", "", "tell how the device answers the usual exchange", 0, 0, both,
+         &Console::check},
+        {"validate", "SCHEMA VALUE", "check a JSON value; each is a file, or the text itself", 2, 2,
+         kAlone, &Console::validate},
+        {"help", "", "list the commands", 0, 0, 0, &Console::help},
+        {"quit", "", "end the connection", 0, 0, 0, &Console::quit},
     };
     return table;
+}
+
+std::vector<Console::Row> Console::table() {
+    std::vector<Row> rows;
+    for (const Command& command : commands()) {
+        const bool alone = (command.traits & kAlone) != 0;
+        rows.push_back({command.name, command.parameters, command.meaning, alone});
+    }
+    return rows;
+}
+
+std::vector<std::string> Console::completions(const std::string& line) const {
+    std::istringstream stream(line);
+    Words words{std::istream_iterator<std::string>(stream), {}};
+    if (line.empty() || line.back() == ' ' || line.back() == '\t') words.emplace_back();
+    std::set<std::string> choices;
+    if (words.size() == 1) {
+        for (const Command& command : commands())
+            choices.insert(command.name);
+    } else if (words[0] == "watch") {
+        choices.insert(std::begin(kEventKinds), std::end(kEventKinds));
+    } else if (words.size() == 2 && (words[0] == "call" || words[0] == "methods")) {
+        for (const qx::IntrusiveString& name : methodNames)
+            choices.insert(name.c_str());
+    } else if (words.size() == 2) {
+        static const std::set<std::string> ofMessages = {"play", "queue", "seen", "delete",
+                                                         "preview"};
+        if (ofMessages.count(words[0]) != 0) {
+            for (const auto& row : messages_)
+                choices.insert(std::to_string(row.first));
+        }
+    }
+    std::vector<std::string> found;
+    for (const std::string& choice : choices) {
+        const bool safe =
+            std::all_of(choice.begin(), choice.end(), [](char c) { return c > 0x20 && c < 0x7F; });
+        if (safe && choice.compare(0, words.back().size(), words.back()) == 0) {
+            found.push_back(choice);
+        }
+    }
+    return found;
 }
 
 bool Console::door(const Words&) {
@@ -525,7 +730,9 @@ void Console::playMessage(const std::string& number, bool queueWhilePlaying) {
     if (entry == nullptr) return;
     const std::size_t queued = playQueue.size();
     play(*entry, queueWhilePlaying, false);
-    if (playQueue.size() != queued) tell("queued: \"pause\" goes on to it");
+    if (playQueue.size() != queued) {
+        tell("queued: \"pause\" goes on to it", Said("queued").with("message", number));
+    }
 }
 
 bool Console::stopForNow(const Words&) {
@@ -562,52 +769,78 @@ bool Console::erase(const Words& words) {
 }
 
 bool Console::preview(const Words& words) {
+    const bool ofMessage = words[1] != "-o";
+    const std::size_t rest = ofMessage ? 2 : 1;
+    const std::size_t file = rest < words.size() && words[rest] == "-o" ? rest + 1 : rest;
+    if (file >= words.size()) return false;
+    if (!ofMessage) return savePicture(kLiveView, words_from(words, file));
     const qx::MailBoxEntry* const entry = messageOf(words[1]);
     if (entry == nullptr) return true;
     const std::int64_t key = std::max<std::int64_t>(entry->recordId(), 0); // below 0: the live view
-    wanted_ = WantedPicture{key, words_from(words, 2)};
+    return savePicture(key, words_from(words, file));
+}
+
+bool Console::snapshot(const Words& words) { return savePicture(kLiveView, words_from(words, 1)); }
+
+bool Console::savePicture(std::int64_t key, const std::string& file) {
+    wanted_ = WantedPicture{key, file};
+    if (key == kLiveView) {
+        downloadLivePreviewImage(kPictureWidth, kPictureHeight, false);
+        return true;
+    }
     const boost::shared_ptr<std::string> image =
         downloadMailPreviewImage(key, kPictureWidth, kPictureHeight, true);
     if (image) mailPreviewReady(key, image); // it was there already
     return true;
 }
 
-bool Console::snapshot(const Words& words) {
-    wanted_ = WantedPicture{kLiveView, words_from(words, 1)};
-    downloadLivePreviewImage(kPictureWidth, kPictureHeight, false);
-    return true;
-}
-
 bool Console::status(const Words&) {
     const DoorAndLightStatus& now = doorAndLightStatus();
     const std::string light = now.lightOn ? "on" : "off";
-    out_ << "protocol   " << versionMajor << "." << versionMinor << "\n"
-         << "registered " << (registeredWith_.empty() ? "no" : "with " + registeredWith_) << "\n"
-         << "door       " << (now.doorStatusKnown ? plain(now.doorStatus.c_str()) : "?") << "\n"
-         << "light      " << (now.lightStatusKnown ? light : "?") << "\n"
-         << "bell       " << (ringing_ ? "ringing" : "silent") << "\n"
-         << "showing    " << showing() << std::endl;
+    std::ostringstream table;
+    table << "protocol   " << versionMajor << "." << versionMinor << "\n"
+          << "registered " << (registeredWith_.empty() ? "no" : "with " + registeredWith_) << "\n"
+          << "door       " << (now.doorStatusKnown ? plain(now.doorStatus.c_str()) : "?") << "\n"
+          << "light      " << (now.lightStatusKnown ? light : "?") << "\n"
+          << "bell       " << (ringing_ ? "ringing" : "silent") << "\n"
+          << "showing    " << showing();
+    Said said("status");
+    said.with("major", versionMajor).with("minor", versionMinor);
+    said.with("registered", registeredWith_);
+    said.with("door", now.doorStatusKnown ? json::Variant(now.doorStatus) : json::Variant());
+    said.with("light", now.lightStatusKnown ? json::Variant(now.lightOn) : json::Variant());
+    print(table.str(), said.with("ringing", ringing_).with("showing", showing()));
     return true;
 }
 
 bool Console::methods(const Words& words) {
-    if (words.size() == 2) {
-        const std::string method = completed(words[1]);
-        if (method.empty()) return true;
+    const json::Variant& catalogue = catalogue_;
+    const std::string wanted = words.size() == 2 ? completed(words[1]) : std::string();
+    if (words.size() == 2 && wanted.empty()) return true;
+    bool told = false;
+    if (words.size() == 1 || settings_.json) {
+        for (const json::Variant& record : catalogue.listValue()) {
+            if (!wanted.empty() && !(record["method"] == wanted)) continue;
+            told = true;
+            print(readable(record["method"]) + "(" + parameters_of(record) +
+                      "): " + readable(record["description"]),
+                  Said("method").with("record", record));
+        }
+    } else {
         std::stringstream help;
-        printMethodHelp(help, method);
-        if (help.str().empty()) tell("the device has told of no such method");
-        for (std::string line; std::getline(help, line);) {
+        printMethodHelp(help, wanted);
+        for (std::string line; std::getline(help, line); told = true) {
             const std::size_t text = std::min(line.find_first_not_of('\t'), line.size());
             std::replace(line.begin(), line.end(), '\t', ' ');
             out_ << std::string(4 * text, ' ') << plain(line.substr(text)) << std::endl;
         }
-        return true;
     }
-    const json::Variant& catalogue = catalogue_;
-    for (const json::Variant& record : catalogue.listValue()) {
-        out_ << readable(record["method"]) << "(" << parameters_of(record)
-             << "): " << readable(record["description"]) << std::endl;
+    if (wanted.empty() || told) return true;
+    const std::string none = "the device has told of no such method";
+    if (settings_.once) {
+        fail(UsageFault, none);
+    } else {
+        tell(none, Said("message").with("text", none));
     }
     return true;
 }
@@ -627,7 +860,12 @@ std::string Console::completed(const std::string& beginning) {
     for (const std::string& method : candidates) {
         all += (all.empty() ? "" : ", ") + plain(method);
     }
-    tell(plain(beginning) + " begins several methods: " + all);
+    const std::string text = plain(beginning) + " begins several methods: " + all;
+    if (settings_.once) {
+        fail(UsageFault, text);
+    } else {
+        tell(text, Said("message").with("text", text));
+    }
     return std::string();
 }
 
@@ -644,16 +882,45 @@ bool Console::callMethod(const Words& words) {
 
 bool Console::wait(const Words& words) {
     awaited_ = words_from(words, 1);
-    waiting_ = true;
-    ++commandsBegun_;
+    await(settings_.patience);
+    return true;
+}
+
+bool Console::watch(const Words& words) {
+    Watch watch;
+    std::optional<std::chrono::milliseconds> limit;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const bool last = i + 1 == words.size();
+        if (words[i] == "-C" && !last) {
+            watch.missing = number<int>(words[++i]);
+            if (!watch.missing || *watch.missing < 1) return false;
+        } else if (words[i] == "-W" && !last) {
+            const std::optional<double> seconds = number<double>(words[++i]);
+            if (!seconds || !(*seconds > 0 && *seconds <= kLongestWatch)) return false;
+            limit = std::chrono::milliseconds(static_cast<std::int64_t>(*seconds * 1000));
+        } else if (std::count(std::begin(kEventKinds), std::end(kEventKinds), words[i]) != 0) {
+            watch.kinds.insert(words[i]);
+        } else {
+            return false;
+        }
+    }
+    if (watch.kinds.count("bell") != 0 && registeredWith_.empty()) {
+        const std::string text = "this phone isn't registered, and hears no bell";
+        remark("note: " + text, Said("note").with("text", text));
+    }
+    watch_ = watch;
+    await(limit);
     return true;
 }
 
 bool Console::help(const Words&) {
     for (const Command& command : commands()) {
         std::string usage = std::string(command.name) + " " + command.parameters;
-        usage.resize(std::max<std::size_t>(usage.size(), 32), ' ');
-        out_ << "    " << usage << command.meaning << std::endl;
+        usage.resize(std::max<std::size_t>(usage.size(), 31), ' ');
+        print("    " + usage + " " + command.meaning, Said("command")
+                                                          .with("name", command.name)
+                                                          .with("parameters", command.parameters)
+                                                          .with("meaning", command.meaning));
     }
     return true;
 }

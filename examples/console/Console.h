@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "console/Said.h"
 #include "console/SaveFile.h"
 #include "device/GatecastConversation.h"
 #include "json/Variant.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -12,6 +14,7 @@
 #include <iosfwd>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -29,9 +32,25 @@ namespace console {
 /// Threads: one at a time.
 class Console : public qx::GatecastConversation {
 public:
+    using Words = std::vector<std::string>;
+    /// What the first failure leaves behind for the shell that has called the program.
+    enum ExitStatus {
+        Good = 0,         ///< every command was understood and answered
+        UsageFault = 1,   ///< a command makes no sense, or a file or value of this side is no good
+        NoConnection = 2, ///< there is none, or it was lost
+        DeviceFault = 3,  ///< the device refuses what was asked
+        TimeOut = 4       ///< no answer, or too few events, in time
+    };
     struct Settings {
         std::string phone = "console"; ///< the token by which the device knows this phone
         bool script = false; ///< repeat each command in the transcript, and end at a wrong one
+        /// One command and out: the greeting isn't told, and what the device refuses is a failure.
+        bool once = false;
+        bool json = false;         ///< one object a line in the place of texts for a person
+        bool traffic = false;      ///< tell each text that leaves and that arrives
+        bool reconnects = false;   ///< a connection that is lost comes back
+        std::string mailBox = "1"; ///< which mail box is read for the number of a message
+        std::chrono::milliseconds patience{10'000}; ///< with the answers to one command
         /// Writes a file, and gives what went wrong; empty when nothing did.
         std::function<std::string(const std::string& name, const std::string& bytes)> save =
             saveFile;
@@ -45,19 +64,26 @@ public:
 
     // ----- What the program tells ----------------------------------------------------------------
 
-    /// The connection stands: opens, subscribes, registers.
+    /// The connection stands, for the first time or again: opens, subscribes, registers.
     void connected();
     /// A line was typed. Blank ones and those that begin with "#" are skipped. While there is no
     /// connection, a command that needs one is refused.
     void enter(const std::string& line);
+    /// The same for a line that is in words already.
+    void obey(Words words);
     /// There will be no further line: quits when all are done.
     void endOfInput();
     /// A frame arrived.
     void receive(const std::string& frame);
     /// The command under way took too long.
     void deadlinePassed();
-    /// Nothing comes any more. After `finished` it doesn't matter.
+    /// Gives the command under way up; its answers are told when they come.
+    void interrupt();
+    /// Nothing comes any more, unless it reconnects: then until `connected`. The second time in a
+    /// row and after `finished` it doesn't matter.
     void connectionLost(const std::string& reason);
+    /// There is no connection, and won't be one.
+    void unreachable(const std::string& text);
 
     // ----- What the program asks -----------------------------------------------------------------
 
@@ -65,10 +91,21 @@ public:
     bool waiting() const { return waiting_; }
     /// Changes with each command that waits.
     std::uint64_t commandsBegun() const { return commandsBegun_; }
+    /// How long the command under way may take; none for one that waits for ever.
+    std::optional<std::chrono::milliseconds> timeLimit() const { return timeLimit_; }
     /// Whether the connection is to be closed.
     bool finished() const { return finished_; }
-    /// 0 when every command was understood and answered, otherwise 1.
-    int exitStatus() const { return failed_ ? 1 : 0; }
+    ExitStatus exitStatus() const { return status_; }
+    /// What the last word of the line may become: commands, methods that the device has told of,
+    /// messages of the list. A name that isn't printable ASCII isn't among them.
+    std::vector<std::string> completions(const std::string& line) const;
+
+    /// One row of the table of commands, for help and manual.
+    struct Row {
+        std::string name, parameters, meaning;
+        bool alone; ///< makes sense as the only command
+    };
+    static std::vector<Row> table();
 
     /// Every response and event, after the device client has had it.
     bool handleResponse(const json::Request& request, const json::Response& response,
@@ -95,11 +132,22 @@ protected:
                              const qx::IntrusiveString& name) override;
 
 private:
-    using Words = std::vector<std::string>;
     /// A picture that was asked for, and the file that it is meant for.
     struct WantedPicture {
         std::int64_t key; // the record id of its message, or kLiveView
         std::string file;
+    };
+    /// What "watch" waits for.
+    struct Watch {
+        std::set<std::string> kinds; // empty for all
+        std::optional<int> missing;  // how many events are still to come
+    };
+    /// What the device has said last to a request, for "check".
+    struct Answer {
+        int times = 0;
+        std::optional<std::int64_t> error; // its code
+        std::string errorText;
+        json::Variant result;
     };
     /// One row of the table of commands. `run` is false when the words make no sense to it.
     struct Command {
@@ -108,18 +156,26 @@ private:
         const char* meaning;
         std::size_t fewest;
         std::size_t most;
-        bool needsDevice;
+        unsigned int traits;
         bool (Console::*run)(const Words& words);
     };
     static const std::vector<Command>& commands();
 
     void advance();
-    void begin(const std::string& line);
+    void begin(const Words& words);
     void awaitAnswers();
     void done();
-    void fail(const std::string& text);
-    void tell(const std::string& line);
-    void tellRegistered(const std::string& name);
+    void await(std::optional<std::chrono::milliseconds> limit);
+    void forgetRequests();
+    void fail(ExitStatus status, const std::string& text, std::optional<std::int64_t> code = {});
+    void tell(const std::string& line, const Said& said);
+    void print(const std::string& line, const Said& said);
+    void remark(const std::string& line, const Said& said);
+    void tellTraffic(const char* type, const std::string& text, std::size_t attachment);
+    void tellRegistered();
+    void tellDeviceError(const json::Response& response);
+    void record(const json::Request& request, const json::Response& response);
+    void tellCheck();
     void tellChoice(const std::string& kind, const std::string& id, const std::string& name);
     void tellEvent(const json::Request& request, const json::Response& response);
     std::string showing() const;
@@ -127,6 +183,7 @@ private:
     void playMessage(const std::string& number, bool queueWhilePlaying);
     void takePicture(std::int64_t key, const std::string& image);
     void missPicture();
+    bool savePicture(std::int64_t key, const std::string& file);
     const qx::MailBoxEntry* messageOf(const std::string& number);
 
     // One per command, in the order of the table.
@@ -153,6 +210,9 @@ private:
     bool methods(const Words&);
     bool callMethod(const Words&);
     bool wait(const Words&);
+    bool watch(const Words&);
+    bool check(const Words&);
+    bool validate(const Words&);
     bool help(const Words&);
     bool quit(const Words&);
 
@@ -161,14 +221,19 @@ private:
     std::ostream& errors_;
     const Settings settings_;
 
-    std::deque<std::string> lines_;
+    std::deque<Words> lines_;
     std::string command_; // the one under way, for messages
     bool connected_ = false;
+    bool lost_ = false; // there was a connection, and it is told that there is none now
     bool waiting_ = false;
+    bool greeting_ = false;
+    bool listing_ = false;  // reads the mail box for a command that names a message
+    bool checking_ = false; // gathers answers for the table of "check"
     bool inputEnded_ = false;
     bool finished_ = false;
-    bool failed_ = false;
+    ExitStatus status_ = Good;
     std::uint64_t commandsBegun_ = 0;
+    std::optional<std::chrono::milliseconds> timeLimit_;
 
     std::uint64_t sent_ = 0;             // requests, to see whether a command sent one
     std::uint64_t sentWithQuestion_ = 0; // when the question for the version had gone out
@@ -176,12 +241,17 @@ private:
     bool questionAnswered_ = false;
     std::optional<std::string> awaited_; // the text that "wait" waits for
 
-    bool messageShown_ = false; // the device client has told the error under way
+    bool errorUnderWay_ = false; // the response under way is one
+    bool messageShown_ = false;  // the device client has told it
     bool ringing_ = false;
     std::string registeredWith_;
     json::Variant catalogue_;                           // what "list_methods" answered
     std::map<unsigned int, qx::MailBoxEntry> messages_; // by sequence number
+    bool listRead_ = false;                             // by `listing_`
     std::optional<WantedPicture> wanted_;
+    std::optional<Watch> watch_;
+    std::map<std::string, Answer> answers_; // by method, or by what was subscribed to
+    std::string checkedPicture_;            // what "check" tells of it
 };
 
 } // namespace console

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+// Copy this file into your application: a door station over plain TCP, with Boost.Asio.
+#pragma once
+
+#include <boost/asio.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace transports {
+
+/// Keeps a connection to a door station, and makes a new one when it is lost.
+///
+/// Each message, a request out or a header update in, follows its length: four bytes, highest
+/// first. \code asio::io_context io; TcpTransport station(io, "192.0.2.7", "8100");
+/// station.connected = [&] { phone.open(); phone.setupSubscriptions("phone-17"); };
+/// station.received = [&](const std::string& update) { phone.arrived(update); };
+/// station.start();
+/// io.run(); // and phone.sendJsonText calls station.send
+/// \endcode
+/// Nothing here waits, and nothing is told from inside `send`: the three functions are called from
+/// `io.run()`. Subscribe again in each `connected`: a station that has rebooted knows nobody.
+///
+/// Threads: one at a time, the one that runs the context. Don't run it any more when this is gone.
+class TcpTransport {
+public:
+    std::function<void()> connected;
+    std::function<void(const std::string& update)> received;
+    /// Also told of each attempt that fails. The next one follows by itself, later and later.
+    std::function<void(const std::string& why)> lost;
+
+    TcpTransport(boost::asio::io_context& io, std::string host, std::string port)
+        : io_(io), timer_(io), host_(std::move(host)), port_(std::move(port)) {}
+
+    /// Connects, and connects again whenever that has come to an end.
+    void start() {
+        stopped_ = false;
+        link_ = std::make_shared<Link>(io_);
+        timer_.expires_after(kPatience);
+        timer_.async_wait([this, link = link_](Error e) {
+            if (!e && !link->up) lose(link, boost::asio::error::timed_out);
+        });
+        link_->resolver.async_resolve(host_, port_, [this, link = link_](Error e, auto found) {
+            if (e || link != link_) return lose(link, e);
+            boost::asio::async_connect(link->socket, found, [this, link](Error failed, auto) {
+                if (failed || link != link_) return lose(link, failed);
+                timer_.cancel();
+                Error ignored; // a connection may do without
+                link->socket.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
+                link->socket.set_option(boost::asio::socket_base::keep_alive(true), ignored);
+                link->up = true;
+                pause_ = kFirstPause;
+                readLength(link);
+                connected();
+            });
+        });
+    }
+    /// Queues a text behind those that are on their way. It is dropped behind a thousand of them,
+    /// and without a connection: a door that opens a minute late surprises.
+    void send(const std::string& text) {
+        if (!link_ || !link_->up || link_->queue.size() == kLongestQueue) return;
+        link_->queue.emplace_back();
+        for (int bits : {24, 16, 8, 0})
+            link_->queue.back() += char(text.size() >> bits & 0xFF);
+        link_->queue.back() += text;
+        if (link_->queue.size() == 1) write(link_);
+    }
+    /// Closes when all is sent, and stays away. The context then runs out of work.
+    void stop() {
+        stopped_ = true;
+        timer_.cancel();
+        if (link_ && (!link_->up || link_->queue.empty())) lose(link_, {});
+    }
+
+private:
+    using Error = boost::system::error_code;
+    struct Link {
+        explicit Link(boost::asio::io_context& io) : resolver(io), socket(io) {}
+        boost::asio::ip::tcp::resolver resolver;
+        boost::asio::ip::tcp::socket socket;
+        std::string update;            // or its length
+        std::deque<std::string> queue; // the first one is being written
+        bool up = false;
+    };
+    using Shared = std::shared_ptr<Link>; // each operation under way keeps its own alive
+    static constexpr std::chrono::milliseconds kFirstPause{250}, kLongestPause{8000};
+    static constexpr std::chrono::seconds kPatience{10};
+    static constexpr std::size_t kLongestUpdate = 16 * 1024 * 1024, kLongestQueue = 1000;
+
+    void readLength(const Shared& link) {
+        link->update.resize(4);
+        read(link, [this, link] {
+            std::size_t length = 0;
+            for (const char byte : link->update)
+                length = length << 8 | (byte & 0xFFU);
+            if (length > kLongestUpdate) return lose(link, boost::asio::error::message_size);
+            link->update.resize(length);
+            read(link, [this, link] {
+                received(link->update);
+                if (link == link_) readLength(link);
+            });
+        });
+    }
+    void read(const Shared& link, std::function<void()> done) {
+        const auto place = boost::asio::buffer(link->update);
+        boost::asio::async_read(link->socket, place, [this, link, done](Error e, std::size_t) {
+            return e || link != link_ ? lose(link, e) : done();
+        });
+    }
+    void write(const Shared& link) {
+        const auto message = boost::asio::buffer(link->queue.front());
+        boost::asio::async_write(link->socket, message, [this, link](Error e, std::size_t) {
+            if (e || link != link_) return lose(link, e);
+            link->queue.pop_front();
+            if (!link->queue.empty()) return write(link);
+            if (stopped_) lose(link, {});
+        });
+    }
+    /// Ends a connection, unless that is done already, and begins the next one after a pause.
+    void lose(const Shared& link, Error why) {
+        if (link != link_) return;
+        link_.reset();
+        link->resolver.cancel();
+        Error ignored;
+        link->socket.close(ignored);
+        if (stopped_) return;
+        timer_.expires_after(pause_);
+        pause_ = std::min(2 * pause_, kLongestPause);
+        timer_.async_wait([this](Error e) { return e || stopped_ ? void() : start(); });
+        lost(why == boost::asio::error::eof ? "the station has closed it" : why.message());
+    }
+
+    boost::asio::io_context& io_;
+    boost::asio::steady_timer timer_;
+    const std::string host_, port_;
+    Shared link_; // null between two attempts
+    std::chrono::milliseconds pause_ = kFirstPause;
+    bool stopped_ = true;
+};
+
+} // namespace transports
