@@ -123,7 +123,7 @@ private:
         });
     }
     /// Ends a connection, unless that is done already, and begins the next one after a pause.
-    void lose(const Shared& link, Error why) {
+    void lose(Shared link, Error why) {
         if (link != link_) return;
         link_.reset();
         link->resolver.cancel();
