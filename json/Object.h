@@ -65,6 +65,15 @@ public:
 
     // ----- Reading ------------------------------------------------------------------ Object.cpp
 
+    using Map::operator[];
+    /// A number is no key: a 0 would count as a null pointer, which is the empty key.
+    /// @{
+    template <typename T, detail::RequireNumber<T> = 0>
+    const Variant& operator[](T number) const = delete;
+    template <typename T, detail::RequireNumber<T> = 0>
+    Variant& operator[](T number) = delete;
+    /// @}
+
     /// Whether both hold the same groups: keys matched by identity, the values of a key equal in
     /// order. Cost: linear.
     bool operator==(const Object& rhs) const;

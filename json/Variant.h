@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -28,6 +29,7 @@ class Object;
 class Path;
 class Schema;
 class TreeIterator;
+class Variant;
 
 /// Count a schema that is only named here; defined where the schema is known.
 GATECAST_EXPORT void intrusive_ptr_add_ref(Schema* schema);
@@ -38,14 +40,48 @@ enum class Type : std::uint8_t { Null, Boolean, Integer, Real, String, Object, L
 
 namespace detail {
 
+/// The types of a character. `signed char` and `unsigned char` are small numbers.
+template <typename T>
+inline constexpr bool is_character = std::is_same_v<T, char> || std::is_same_v<T, wchar_t> ||
+#ifdef __cpp_char8_t
+                                     std::is_same_v<T, char8_t> ||
+#endif
+                                     std::is_same_v<T, char16_t> || std::is_same_v<T, char32_t>;
 /// The types that stand for a number in an expression: arithmetic ones and plain enumerations.
 template <typename T>
-inline constexpr bool is_number = std::is_arithmetic_v<T> ||
+inline constexpr bool is_arithmetic = std::is_arithmetic_v<T> && !is_character<T>;
+template <typename T>
+inline constexpr bool is_number = is_arithmetic<T> ||
                                   (std::is_enum_v<T> && std::is_convertible_v<T, std::int64_t>);
+/// The pointers that stand for a text.
+template <typename T>
+inline constexpr bool
+    is_text_pointer = std::is_pointer_v<T> &&
+                      (std::is_same_v<std::remove_cv_t<std::remove_pointer_t<T>>, char> ||
+                       std::is_same_v<std::remove_cv_t<std::remove_pointer_t<T>>, wchar_t>);
 template <typename T>
 using RequireNumber = std::enable_if_t<is_number<T>, int>;
 template <typename T>
-using RequireArithmetic = std::enable_if_t<std::is_arithmetic_v<T>, int>;
+using RequireArithmetic = std::enable_if_t<is_arithmetic<T>, int>;
+/// What C++ would turn into a Boolean or a number on its own though it is none: a character, a
+/// pointer that is no text.
+template <typename T>
+inline constexpr bool is_no_value = is_character<T> || std::is_member_pointer_v<T> ||
+                                    (std::is_pointer_v<T> && !is_text_pointer<T>);
+template <typename T>
+using RequireNoValue = std::enable_if_t<is_no_value<T>, int>;
+template <typename T>
+using AnswerToNoValue = std::enable_if_t<is_no_value<T>, bool>;
+template <typename T>
+using NoSum = std::enable_if_t<is_number<T> || is_character<T> || std::is_pointer_v<T> ||
+                               std::is_same_v<T, Variant>>;
+
+/// A list in braces with elements of one type. Functions that take it are deleted: C++ would make a
+/// text of the numbers in `v = {1, 2}`.
+struct Braces {
+    template <typename T>
+    Braces(std::initializer_list<T> elements);
+};
 
 } // namespace detail
 
@@ -64,6 +100,11 @@ using RequireArithmetic = std::enable_if_t<std::is_arithmetic_v<T>, int>;
 /// Warning: a non-const `list[i]` or `object["key"]` creates what it doesn't find, and passing a
 /// non-const value where a `json::List&` or `json::Object&` fits turns it into one. Read through
 /// a const reference where that isn't wanted.
+///
+/// What C++ would silently take for something else doesn't compile: a character or a pointer is
+/// neither a number nor a Boolean, and braces are neither a list nor an object. Write `int(c)` or
+/// `std::string(1, c)`, and see `json/Build.h`. A value has no `std::hash`: equality isn't
+/// symmetric, so that no hash could agree with it.
 ///
 /// A value may hold a schema; it then marks and binds what lies below it. Values know the
 /// container that holds them (`hasParent`), and a container knows the schema-bound value that
@@ -93,7 +134,8 @@ public:
     Variant() noexcept {}
     Variant(std::nullptr_t) noexcept {}
 
-    /// Boolean from `bool`, Real from a floating point number, Integer from every other number.
+    /// Boolean from `bool`, Real from a floating point number, Integer from every other number and
+    /// from a plain enumeration. Characters are no numbers, `signed char` and `unsigned char` are.
     /// Bad input: an unsigned number above the signed 64-bit range is cut to its low 64 bits.
     template <typename T, detail::RequireNumber<T> = 0>
     Variant(T number) {
@@ -103,6 +145,18 @@ public:
     /// String: `length` bytes of `text`, or up to its NUL when `length` is negative.
     /// Bad input: a null pointer gives the empty text.
     Variant(const char* text, int length = -1);
+    /// A 0 would count as a null pointer in `Variant{0, 5}`, and a character or a fraction as a
+    /// length.
+    /// @{
+    template <typename T, detail::RequireNumber<T> = 0>
+    Variant(T number, int length) = delete;
+    template <typename T, std::enable_if_t<detail::is_character<T> || std::is_same_v<T, bool> ||
+                                               std::is_floating_point_v<T>,
+                                           int> = 0>
+    Variant(const char* text, T length) = delete;
+    /// @}
+    /// In `Variant v = {{1, 2}}` C++ would make a text of the numbers.
+    Variant(detail::Braces) = delete;
     /// String in UTF-8. Each 16-bit unit is encoded on its own, surrogates aren't combined; a
     /// code point above 0xFFFF is split into its two surrogates first.
     /// Bad input: a null pointer gives the empty text.
@@ -134,6 +188,9 @@ public:
     }
 
     static Variant fromBoolean(bool value) { return Variant(value); }
+    /// A pointer is no Boolean: `fromBoolean("false")` would be true.
+    template <typename T>
+    static Variant fromBoolean(const T* pointer) = delete;
     static Variant fromInteger(std::int64_t value) { return Variant(value); }
     static Variant fromReal(double value) { return Variant(value); }
     static Variant fromString(const char* text, int length = -1) { return Variant(text, length); }
@@ -172,6 +229,9 @@ public:
         }
         return *this;
     }
+    /// Braces make neither a list nor an object.
+    template <typename T, std::enable_if_t<!std::is_same_v<T, Variant>, int> = 0>
+    Variant& operator=(std::initializer_list<T> elements) = delete;
     Variant& operator=(std::nullptr_t);
     Variant& operator=(const char* text);
     Variant& operator=(const wchar_t* text);
@@ -214,7 +274,7 @@ public:
     /// Not zero, not NaN, not empty.
     bool booleanValue() const;
     /// `bool` reads as `booleanValue`, a floating point type as `realValue`, every other
-    /// arithmetic type as `integerValue` cut to its width.
+    /// arithmetic type as `integerValue` cut to its width. No value reads as a character.
     template <typename T, detail::RequireArithmetic<T> = 0>
     operator T() const {
         if constexpr (std::is_same_v<T, bool>) {
@@ -278,7 +338,22 @@ public:
     /// Bytes of a String, entries of an Object or a List, 0 for the other types.
     std::size_t size() const;
     /// Whether an Object has the key; false for every other type.
+    /// @{
     bool contains(const char* key) const;
+    template <typename T, std::enable_if_t<std::is_same_v<T, std::string> ||
+                                               std::is_same_v<T, qx::IntrusiveString>,
+                                           int> = 0>
+    bool contains(const T& key) const {
+        return contains(key.c_str());
+    }
+    template <typename T, std::enable_if_t<std::is_same_v<T, std::string_view>, int> = 0>
+    bool contains(T key) const {
+        return contains(std::string(key).c_str());
+    }
+    /// A 0 would count as a null pointer.
+    template <typename T, detail::RequireNumber<T> = 0>
+    bool contains(T number) const = delete;
+    /// @}
 
     // ----- Indexing --------------------------------------------------------------- Variant.cpp
 
@@ -321,6 +396,13 @@ public:
     Variant& operator[](const std::string& key) { return (*this)[key.c_str()]; }
     Variant& operator[](std::string_view key);
     Variant& operator[](const qx::IntrusiveString& key);
+    /// @}
+    /// Neither index nor key: C++ would index the text of the value by `v['a']`.
+    /// @{
+    template <typename T, detail::RequireNoValue<T> = 0>
+    const Variant& operator[](T key) const = delete;
+    template <typename T, detail::RequireNoValue<T> = 0>
+    Variant& operator[](T key) = delete;
     /// @}
     /// Works on the present container; any other value becomes a List for a Boolean, Integer or
     /// Real key and an Object for every other key.
@@ -401,6 +483,7 @@ public:
     bool operator op(const std::string& rhs) const { return *this op rhs.c_str(); }                \
     bool operator op(std::string_view rhs) const { return *this op std::string(rhs).c_str(); }     \
     bool operator op(const qx::IntrusiveString& rhs) const { return *this op rhs.c_str(); }        \
+    bool operator op(const wchar_t* rhs) const { return *this op Variant(rhs).charsValue(); }      \
     template <typename T, detail::RequireNumber<T> = 0,                                            \
               std::enable_if_t<!std::is_same_v<T, bool>, int> = 0>                                 \
     friend bool operator op(T lhs, const Variant& rhs) {                                           \
@@ -413,11 +496,17 @@ public:
     friend bool operator op(std::string_view lhs, const Variant& rhs) { return rhs mirrored lhs; } \
     friend bool operator op(const qx::IntrusiveString& lhs, const Variant& rhs) {                  \
         return rhs mirrored lhs;                                                                   \
-    }
+    }                                                                                              \
+    friend bool operator op(const wchar_t* lhs, const Variant& rhs) { return rhs mirrored lhs; }   \
+    template <typename T>                                                                          \
+    friend detail::AnswerToNoValue<T> operator op(const Variant& lhs, T rhs) = delete;             \
+    template <typename T>                                                                          \
+    friend detail::AnswerToNoValue<T> operator op(T lhs, const Variant& rhs) = delete;
 
     /// @name Comparison with numbers and texts on either side
     /// A number on either side acts as the value made from it; a text on the left acts as the
-    /// mirrored form with the text on the right.
+    /// mirrored form with the text on the right. Characters, and pointers that are no text, don't
+    /// compare: they would as Booleans.
     /// @{
     GATECAST_VARIANT_COMPARISONS(==, ==)
     GATECAST_VARIANT_COMPARISONS(!=, !=)
@@ -439,6 +528,19 @@ public:
     friend bool operator!=(std::nullptr_t, const Variant& rhs) { return !rhs.isNull(); }
     /// @}
 #undef GATECAST_VARIANT_COMPARISONS
+
+    /// There is no arithmetic: C++ would add to the address of the text in `v + 1` and `"Door " +
+    /// v`. Write `v.integerValue() + 1`, or `std::string(v)`.
+    /// @{
+    template <typename T>
+    friend detail::NoSum<T> operator+(const Variant& lhs, T rhs) = delete;
+    template <typename T>
+    friend detail::NoSum<T> operator+(T lhs, const Variant& rhs) = delete;
+    template <typename T>
+    friend detail::NoSum<T> operator-(const Variant& lhs, T rhs) = delete;
+    template <typename T>
+    friend detail::NoSum<T> operator-(T lhs, const Variant& rhs) = delete;
+    /// @}
 
     // ----- Appending --------------------------------------------------------------- Variant.cpp
 
