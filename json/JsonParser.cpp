@@ -4,6 +4,7 @@
 #include "core/detail/CNumbers.h"
 #include "core/detail/ListenerList.h"
 #include "json/detail/PendingToken.h"
+#include "json/detail/ReadingPlace.h"
 #include "json/detail/TrackedMemory.h"
 
 #include <yajl/yajl_parse.h>
@@ -15,6 +16,7 @@
 #include <exception>
 #include <istream>
 #include <new>
+#include <optional>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -53,6 +55,8 @@ struct JsonParser::Tokenizer {
         yajl_config(handle, yajl_allow_comments, 1);
         yajl_config(handle, yajl_dont_validate_strings, 1);
         pending.clear();
+        reading = detail::ReadingPlace();
+        fault.reset();
         refusal.clear();
         bytes = 0;
         newKeys = 0;
@@ -83,6 +87,29 @@ struct JsonParser::Tokenizer {
             return yajl_status_ok;
         });
         return text;
+    }
+
+    /// Where the fault lies that the handle found in this piece. The tokenizer ends before a byte
+    /// that doesn't go on with a token, behind one that begins none, behind a token that may not
+    /// stand there, and at the begin of a number that is too large.
+    TextPlace placeOf(const std::string& message, std::string_view piece) const {
+        const std::size_t end = std::min(yajl_get_bytes_consumed(handle), piece.size());
+        if (message.find("overflow") != std::string::npos) {
+            return end == 0 ? reading.ofOpenToken() : reading.ofByte(piece, end);
+        }
+        if (message.rfind("lexical error", 0) != 0) return reading.ofTokenBefore(piece, end);
+        const bool behind = message.find("invalid char in json text") != std::string::npos;
+        return reading.ofByte(piece, behind && end > 0 ? end - 1 : end);
+    }
+
+    /// The same for the fault that the end of the text was: only a number ends with it, and may
+    /// then be out of place or too large.
+    TextPlace placeOfEnd(JsonParser& parser) {
+        if (!reading.numberIsOpen()) return reading.here();
+        const std::string why = message(parser, std::string_view());
+        const bool stands =
+            why.rfind("parse error", 0) != 0 || why.find("premature EOF") != std::string::npos;
+        return stands ? reading.here() : reading.ofOpenToken();
     }
 
     /// The texts of the rest of this cycle are refused, with that message.
@@ -122,6 +149,8 @@ struct JsonParser::Tokenizer {
     std::unique_ptr<detail::TrackedMemory> memory;
     yajl_handle handle = nullptr; // lies in the memory, and goes with it
     detail::PendingToken pending;
+    detail::ReadingPlace reading;
+    std::optional<TextPlace> fault;
     std::string refusal;               // empty while the text is read on
     std::size_t bytes = 0;             // of this text, as far as limits count them
     std::size_t newKeys = 0;           // the same
@@ -360,8 +389,9 @@ JsonParser::JsonParser()
 
 JsonParser::JsonParser(const JsonParser& source)
     : tokenizer_(source.tokenizer_), stack_(std::make_shared<Stack>(*source.stack_)),
-      keyPool_(source.keyPool_), error_(source.error_), limits_(source.limits_),
-      listeners_(source.listeners_), sharedListeners_(source.sharedListeners_) {}
+      keyPool_(source.keyPool_), error_(source.error_), errorPlace_(source.errorPlace_),
+      limits_(source.limits_), listeners_(source.listeners_),
+      sharedListeners_(source.sharedListeners_) {}
 
 JsonParser& JsonParser::operator=(const JsonParser& source) {
     if (this == &source) return *this;
@@ -370,6 +400,7 @@ JsonParser& JsonParser::operator=(const JsonParser& source) {
     stack_.swap(copy.stack_);
     shown_.reset();
     error_ = source.error_;
+    errorPlace_ = source.errorPlace_;
     limits_ = source.limits_;
     listeners_.swap(copy.listeners_);
     sharedListeners_.swap(copy.sharedListeners_);
@@ -403,20 +434,31 @@ bool JsonParser::parse(std::istream* in, int length) {
 bool JsonParser::feed(const char* text, std::size_t length) {
     const std::string_view piece(text, length);
     const std::shared_ptr<Tokenizer> held(tokenizer_);
-    if (!held->refusal.empty()) return fail(held->refusal, piece, 0);
+    if (!held->refusal.empty()) return fail(held->refusal, piece, 0, held->reading.here());
     if (limits_.bytes != 0 && length > limits_.bytes - std::min(held->bytes, limits_.bytes)) {
         held->refuse(beyond("is longer than", limits_.bytes));
-        return fail(held->refusal, piece, limits_.bytes - std::min(held->bytes, limits_.bytes));
+        const std::size_t left = limits_.bytes - std::min(held->bytes, limits_.bytes);
+        return fail(held->refusal, piece, left, held->reading.ofByte(piece, left));
     }
     held->bytes += length;
-    if (held->pending.gather(piece)) return true;
-    if (held->parse(*this, piece) == yajl_status_ok) return true;
+    if (held->pending.gather(piece)) {
+        held->reading.pass(piece, held->pending);
+        return true;
+    }
+    if (held->parse(*this, piece) == yajl_status_ok) {
+        held->reading.follow(piece, held->pending);
+        return true;
+    }
     const std::string message = held->refusal.empty() ? held->message(*this, piece) : held->refusal;
-    return fail(message, piece, yajl_get_bytes_consumed(held->handle));
+    return fail(message, piece, yajl_get_bytes_consumed(held->handle),
+                held->placeOf(message, piece));
 }
 
 /// Composes the error text and notifies; false. The input is shown raw, and of this piece only.
-bool JsonParser::fail(const std::string& message, std::string_view piece, std::size_t offset) {
+bool JsonParser::fail(const std::string& message, std::string_view piece, std::size_t offset,
+                      const TextPlace& place) {
+    if (!tokenizer_->fault) tokenizer_->fault = place;
+    errorPlace_ = *tokenizer_->fault;
     offset = std::min(offset, piece.size());
     std::string fault(message);
     fault.append("--------------------------------------\n");
@@ -441,7 +483,8 @@ const Variant& JsonParser::parseComplete() {
         if (stack_ != shown) shown_ = shown;
         return result;
     }
-    // Intended: no message is asked for, so that a text that ended too early has an empty one.
+    errorPlace_ = held->fault ? *held->fault : held->placeOfEnd(*this);
+    // Intended: no message is shown, so that a text that ended too early has an empty one.
     // Held by JsonParser.ATextThatEndsTooEarlyGivesAnEmptyErrorText.
     error_.convertToString();
     const boost::intrusive_ptr<qx::IntrusiveString> text = std::as_const(error_).stringPtr();
@@ -458,6 +501,7 @@ void JsonParser::reset() {
         shown_.reset();
     }
     error_ = Variant();
+    errorPlace_ = TextPlace();
 }
 
 std::size_t JsonParser::slotCount() const noexcept { return stack_->slotCount(); }

@@ -3,6 +3,7 @@
 
 #include "core/Export.h"
 #include "core/Interface.h"
+#include "json/TextPlace.h"
 #include "json/Variant.h"
 
 #include <boost/shared_ptr.hpp>
@@ -80,6 +81,13 @@ public:
     /// piece of the input, byte for byte, with the message at the place of the fault. It lives
     /// until the next fault or text.
     const qx::IntrusiveString& lastError() const;
+    /// Where the fault of this cycle lies, line 0 if there is none: at the first byte of the token
+    /// that may not stand there or is beyond a limit, at the byte that doesn't go on with its
+    /// token, or behind the last byte of a text that ended too early. It stays the same for all
+    /// further pieces, however the text was cut into them. The error text of some faults marks the
+    /// end of the token instead. \code if (!parser.parse(text))
+    /// editor.jumpTo(parser.errorPlace().line); \endcode
+    const TextPlace& errorPlace() const noexcept { return errorPlace_; }
 
     /// Sets limits for texts of a peer that isn't trusted; a new parser has none. A text beyond one
     /// is a fault like any other, and its message names the limit. They count for a text that is
@@ -142,13 +150,15 @@ private:
 
     Variant& claim();
     bool feed(const char* text, std::size_t length);
-    bool fail(const std::string& message, std::string_view piece, std::size_t offset);
+    bool fail(const std::string& message, std::string_view piece, std::size_t offset,
+              const TextPlace& place);
 
     std::shared_ptr<Tokenizer> tokenizer_; // shared with copies
     std::shared_ptr<Stack> stack_;         // shared only while its value is shown to listeners
     std::shared_ptr<Stack> shown_; // of the last value, when a listener has begun another text
     Object::KeyPool* keyPool_;
     Variant error_;
+    TextPlace errorPlace_;
     Limits limits_;
     std::vector<IJsonParserListener*> listeners_;
     std::vector<boost::shared_ptr<IJsonParserListener>> sharedListeners_;

@@ -7,6 +7,7 @@ gatecast_add_tests(json_tests
     ListTest.cpp
     NaturalCodeTest.cpp
     ObjectTest.cpp
+    ParseErrorPlaceTest.cpp
     PathTest.cpp
     PendingTokenTest.cpp
     TreeIteratorTest.cpp

@@ -29,6 +29,11 @@ public:
         gathered_.clear();
     }
 
+    bool between() const noexcept { return state_ == State::Between; }
+    bool inString() const noexcept { return state_ >= State::String && state_ <= State::Hex4; }
+    bool inEscape() const noexcept { return state_ == State::Escape; }
+    bool inNumber() const noexcept { return state_ >= State::Minus; }
+
     /// Gathers a piece that only continues the open token; false, and nothing is done, where it
     /// does anything else.
     bool gather(std::string_view piece);
@@ -39,6 +44,7 @@ public:
     void handedOn() noexcept;
 
 private:
+    // The states of a string stand together, and so do those of a number, at the end.
     enum class State : unsigned char {
         Between,
         Slash,

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+#include "json/detail/ReadingPlace.h"
+
+#include <cstring>
+
+namespace json::detail {
+
+namespace {
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+bool is_letter(char c) { return c >= 'a' && c <= 'z'; }
+
+bool may_stand_in_number(char c) {
+    return is_digit(c) || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E';
+}
+
+} // namespace
+
+void ReadingPlace::advance(TextPlace& place, std::string_view bytes) noexcept {
+    place.offset += bytes.size();
+    const char* rest = bytes.data();
+    const char* const end = rest + bytes.size();
+    while (rest != end) {
+        const auto* line =
+            static_cast<const char*>(std::memchr(rest, '\n', static_cast<std::size_t>(end - rest)));
+        if (line == nullptr) break;
+        ++place.line;
+        place.column = 1;
+        rest = line + 1;
+    }
+    place.column += static_cast<std::size_t>(end - rest);
+}
+
+void ReadingPlace::pass(std::string_view piece, const PendingToken& pending) noexcept {
+    escape_ = pending.inEscape();
+    advance(here_, piece);
+}
+
+void ReadingPlace::follow(std::string_view piece, const PendingToken& pending) noexcept {
+    if (piece.empty()) return;
+    Open open = Open::Nothing;
+    std::size_t begin = kBefore;
+    Number number = Number::None;
+    std::size_t missing = 0;
+    if (pending.inString()) {
+        open = Open::String;
+        begin = beginOfString(piece);
+    } else if (pending.inNumber()) {
+        open = Open::Number;
+        begin = beginOfNumber(piece, number);
+    } else if (pending.between() && is_letter(piece.back())) {
+        begin = beginOfWord(piece, missing);
+        if (missing != 0) open = Open::Word;
+    }
+    if (begin != kBefore) begin_ = ofByte(piece, begin);
+    open_ = open;
+    number_ = number;
+    missing_ = missing;
+    escape_ = pending.inEscape();
+    advance(here_, piece);
+}
+
+TextPlace ReadingPlace::ofByte(std::string_view piece, std::size_t index) const noexcept {
+    TextPlace place = here_;
+    advance(place, piece.substr(0, index));
+    return place;
+}
+
+TextPlace ReadingPlace::ofTokenBefore(std::string_view piece, std::size_t end) const noexcept {
+    const std::string_view bytes = piece.substr(0, end);
+    if (bytes.empty()) return ofOpenToken();
+    const char last = bytes.back();
+    std::size_t begin = bytes.size() - 1; // most tokens that don't fit are a single byte
+    if (last == '"') {
+        begin = beginOfString(bytes.substr(0, bytes.size() - 1));
+    } else if (is_letter(last)) {
+        std::size_t missing = 0;
+        begin = beginOfWord(bytes, missing);
+    } else if (is_digit(last)) {
+        Number number = Number::None;
+        begin = beginOfNumber(bytes, number);
+    }
+    return begin == kBefore ? ofOpenToken() : ofByte(piece, begin);
+}
+
+/// The last quote that no backslash escapes: no backslash stands in front of a string.
+std::size_t ReadingPlace::beginOfString(std::string_view bytes) const noexcept {
+    std::size_t quote = bytes.rfind('"');
+    while (quote != std::string_view::npos) {
+        std::size_t first = quote;
+        while (first > 0 && bytes[first - 1] == '\\') {
+            --first;
+        }
+        const std::size_t backslashes = quote - first + (first == 0 && escape_ ? 1 : 0);
+        if (backslashes % 2 == 0) return quote;
+        if (first == 0) break;
+        quote = bytes.rfind('"', first - 1);
+    }
+    return kBefore;
+}
+
+/// `None` where the byte doesn't go on with the number.
+ReadingPlace::Number ReadingPlace::after(Number number, char c) noexcept {
+    const bool digit = is_digit(c);
+    const bool exponent = c == 'e' || c == 'E';
+    switch (number) {
+    case Number::None:
+    case Number::Minus:
+        if (number == Number::None && c == '-') return Number::Minus;
+        if (!digit) return Number::None;
+        return c == '0' ? Number::Zero : Number::Integer;
+    case Number::Integer:
+        if (digit) return Number::Integer;
+        [[fallthrough]];
+    case Number::Zero:
+        if (c == '.') return Number::Point;
+        return exponent ? Number::Exponent : Number::None;
+    case Number::Fraction:
+        if (exponent) return Number::Exponent;
+        [[fallthrough]];
+    case Number::Point:
+        return digit ? Number::Fraction : Number::None;
+    case Number::Exponent:
+        if (c == '-' || c == '+') return Number::ExponentSign;
+        [[fallthrough]];
+    case Number::ExponentSign:
+    case Number::ExponentDigits:
+        return digit ? Number::ExponentDigits : Number::None;
+    }
+    return Number::None;
+}
+
+/// Of the number that the bytes end with; `number` becomes what it has come to. Read forward, since
+/// two numbers may stand side by side, as in `1-2` and `01`.
+std::size_t ReadingPlace::beginOfNumber(std::string_view bytes, Number& number) const noexcept {
+    std::size_t first = bytes.size();
+    while (first > 0 && may_stand_in_number(bytes[first - 1])) {
+        --first;
+    }
+    number = first == 0 ? number_ : Number::None;
+    std::size_t begin = number == Number::None ? first : kBefore;
+    for (std::size_t i = first; i < bytes.size(); ++i) {
+        Number next = after(number, bytes[i]);
+        if (number == Number::None || next == Number::None) {
+            if (number != Number::None) next = after(Number::None, bytes[i]);
+            begin = i;
+        }
+        number = next;
+    }
+    return begin;
+}
+
+/// Of the word that the bytes end with; `missing` becomes the count of its letters that are to
+/// come. Two may stand side by side, too.
+std::size_t ReadingPlace::beginOfWord(std::string_view bytes, std::size_t& missing) const noexcept {
+    std::size_t first = bytes.size();
+    while (first > 0 && is_letter(bytes[first - 1])) {
+        --first;
+    }
+    missing = first == 0 ? missing_ : 0;
+    std::size_t begin = kBefore;
+    for (std::size_t i = first; i < bytes.size(); ++i) {
+        if (missing == 0) {
+            begin = i;
+            missing = bytes[i] == 'f' ? 5 : 4; // "false", "true", "null"
+        }
+        --missing;
+    }
+    return begin;
+}
+
+} // namespace json::detail
