@@ -3,10 +3,14 @@
 #include "core/detail/PerThread.h"
 #include "json/JsonParser.h"
 #include "json/JsonPrinter.h"
+#include "json/Literals.h"
 #include "json/Variant.h"
 
 #include <istream>
+#include <limits>
 #include <ostream>
+#include <stdexcept>
+#include <string>
 
 namespace json {
 
@@ -133,6 +137,23 @@ bool Object::read(std::istream& in) {
 std::ostream& operator<<(std::ostream& out, const Object& object) {
     object.write(out, true);
     return out;
+}
+
+// ----- Literals ----------------------------------------------------------------------------------
+
+Variant literals::operator""_json(const char* text, std::size_t length) {
+    if (length > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        throw std::invalid_argument("a JSON literal is longer than 2 GiB");
+    }
+    JsonParser parser;
+    parser.parse(text, static_cast<int>(length));
+    const Variant& value = parser.parseComplete();
+    const TextPlace& place = parser.errorPlace();
+    if (place.line == 0) return value;
+    const std::string why = parser.lastError();
+    throw std::invalid_argument("JSON literal, line " + std::to_string(place.line) + ", column " +
+                                std::to_string(place.column) + ": " +
+                                (why.empty() ? "the text ends too early" : why));
 }
 
 } // namespace json
