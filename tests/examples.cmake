@@ -14,7 +14,7 @@ target_compile_definitions(push_server_tests PRIVATE
 add_dependencies(push_server_tests gatecast-push-server)
 
 add_test(NAME Examples.TheDemoRunsOverARealConnection
-    COMMAND ${PROJECT_SOURCE_DIR}/scripts/demo --no-setup --no-build
+    COMMAND ${PROJECT_SOURCE_DIR}/scripts/demo --no-build
         --build-dir ${PROJECT_BINARY_DIR})
 add_test(NAME Examples.TheConsoleFailsByOneLine
     COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/console-failures ${PROJECT_BINARY_DIR})
