@@ -26,9 +26,9 @@ protected:
             std::cout << key << ": " << label << '\n';
         }
     }
-    void singleAddressee(const qx::IntrusiveString& first, const qx::IntrusiveString& second,
-                         const qx::IntrusiveString& third) override {
-        addDevice(first, second, third); // the only one: take it
+    void singleAddressee(const qx::IntrusiveString& first, const qx::IntrusiveString&,
+                         const qx::IntrusiveString&) override {
+        addDevice("phone-1", "Kitchen phone", first); // the only one: take it
     }
     void showMessage(const qx::IntrusiveString& text) override { std::cout << text << '\n'; }
     void mailBoxData(const json::List& result, int batch) override {
@@ -67,9 +67,19 @@ void events() {
     EXPECT(status.lightStatusKnown && status.lightOn);
 }
 
+void unknown_phone() {
+    Phone phone;
+    phone.setupSubscriptions("phone-1");
+    feed(phone, R"({"id":1000,"result":{"version_major":1,"version_minor":2}})");
+    feed(phone, R"({"id":103,"error":[14,"who is that?"]})");
+    feed(phone, R"({"id":1004,"result":[["7","Anna Quill","ground floor"]]})");
+    EXPECT(phone.sent.back().find(R"(["phone-1",[7],"Kitchen phone"])") != std::string::npos);
+}
+
 } // namespace
 
 int main() {
     open_and_command();
     events();
+    unknown_phone();
 }

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+// How do I get from nothing to an open door? Adds this phone to a door station, and opens its door.
+//
+// usage: first_door HOST PORT
+
+#include "TcpTransport.h" // a copy of examples/transports/TcpTransport.h
+
+#include "device/GatecastConversation.h"
+
+#include <boost/asio.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <iostream>
+#include <map>
+#include <string>
+
+namespace {
+
+const char* const kToken = "kitchen-phone-17"; // by this text the station knows the phone again
+
+class Phone : public qx::GatecastConversation {
+public:
+    explicit Phone(transports::TcpTransport& station) : station_(station) {}
+    bool opened() const { return opened_; }
+
+    // What leaves, and what arrives.
+    void sendJsonText(const char* text, int size) override {
+        station_.send(std::string(text, static_cast<std::size_t>(size)));
+    }
+    void arrived(const std::string& update) {
+        receiveJsonHeaderUpdate(reinterpret_cast<const unsigned char*>(update.data()),
+                                static_cast<unsigned int>(update.size()));
+    }
+
+    // An event of the door comes under the id of its subscription.
+    bool handleResponse(const json::Request& request, const json::Response& response,
+                        json::Schema::ValidationResult result) override {
+        if (!qx::GatecastConversation::handleResponse(request, response, result)) return false;
+        if (response.referenceId() == SubscribeDoor) {
+            const qx::IntrusiveString& door = doorAndLightStatus().doorStatus;
+            std::cout << "the door says: " << door << std::endl;
+            if (door == "door_open") opened_ = true;
+            if (door == "door_closed" && opened_) station_.stop(); // it has fallen shut: done
+        }
+        return true;
+    }
+
+protected:
+    using Text = qx::IntrusiveString;
+    using Book = std::map<std::string, std::string>;
+    using Image = boost::shared_ptr<std::string>;
+
+    // The station doesn't know this phone: it offers those who live here. Take the first of them.
+    void addresseesListed(Book people) override {
+        const auto& [number, name] = *people.begin();
+        std::cout << "adding this phone to " << name << std::endl;
+        addDevice(kToken, "Kitchen phone", number);
+    }
+    void singleAddressee(const Text& number, const Text&, const Text&) override {
+        addDevice(kToken, "Kitchen phone", number);
+    }
+    void deviceRegistered(const Text&, const Text& name, const Text&) override {
+        std::cout << "registered with " << name << std::endl;
+        triggerDoor();
+    }
+    void showMessage(const Text& text) override { std::cout << text << std::endl; }
+
+    // Not needed here: devices of the earlier kind, the mail box, and pictures.
+    void contactNumbersListed(Book) override {}
+    void singleContactNumber(const Text&, const Text&) override {}
+    void contactRegistered(const Text&, const Text&) override {}
+    void mailBoxData(const json::List&, int) override {}
+    void mailPreviewReady(std::int64_t, Image) override {}
+    void livePreviewReady(Image) override {}
+
+private:
+    transports::TcpTransport& station_;
+    bool opened_ = false;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::cerr << "usage: first_door HOST PORT\n";
+        return 1;
+    }
+    boost::asio::io_context io;
+    transports::TcpTransport station(io, argv[1], argv[2]);
+    Phone phone(station);
+    station.connected = [&phone] { phone.setupSubscriptions(kToken); };
+    station.received = [&phone](const std::string& update) { phone.arrived(update); };
+    station.lost = [](const std::string& why) {
+        std::cerr << "no connection (" << why << "), trying again" << std::endl;
+    };
+    station.start();
+    io.run(); // until `stop`
+    return phone.opened() ? 0 : 1;
+}
