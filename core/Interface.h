@@ -11,8 +11,11 @@ namespace qx {
 class GATECAST_EXPORT IInterface {
 public:
     IInterface() = default;
+    /// Carries nothing.
+    /// @{
     IInterface(const IInterface&) = default;
     IInterface& operator=(const IInterface&) = default;
+    /// @}
 
     // The order of the virtual operations is ABI.
     virtual ~IInterface();
@@ -30,11 +33,15 @@ public:
 
 /// A concrete class with the same operations. It inherits the root as listeners do, so that it goes
 /// together with them.
+/// Threads: any thread.
 class GATECAST_EXPORT InterfaceStub : public virtual IInterface {
 public:
     InterfaceStub() = default;
+    /// Carries nothing.
+    /// @{
     InterfaceStub(const InterfaceStub&) = default;
     InterfaceStub& operator=(const InterfaceStub&) = default;
+    /// @}
     ~InterfaceStub() override;
 };
 

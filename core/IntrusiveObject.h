@@ -34,10 +34,13 @@ inline bool is_single_threaded() noexcept {
 class IntrusiveObject {
 public:
     IntrusiveObject() noexcept = default;
+    /// A copy begins with a count of its own, 0.
     IntrusiveObject(const IntrusiveObject&) noexcept {}
+    /// Leaves the count as it is.
     IntrusiveObject& operator=(const IntrusiveObject&) noexcept { return *this; }
     ~IntrusiveObject() = default;
 
+    /// Counts one more holder.
     [[gnu::always_inline]] void intrusive_add_ref() noexcept {
         if (detail::is_single_threaded()) {
             count_.store(count_.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
@@ -56,6 +59,7 @@ public:
         return count_.fetch_sub(1, std::memory_order_acq_rel) == 1;
     }
 
+    /// How many hold the object now; on another thread's account it may be old when it is read.
     unsigned int use_count() noexcept { return count_.load(std::memory_order_acquire); }
 
 private:

@@ -19,29 +19,36 @@ namespace qx {
 /// Threads: one at a time; only the count may be reached from any thread.
 class GATECAST_EXPORT IntrusiveString : public IntrusiveObject {
 public:
+    /// The empty text.
     IntrusiveString() = default;
     /// Up to the terminating NUL. Bad input: a null pointer gives the empty text.
     IntrusiveString(const char* text) : text_(text != nullptr ? text : "") {}
     /// Exactly `length` bytes, NUL bytes included.
     IntrusiveString(const char* text, std::size_t length) : text_(text, length) {}
+    /// All bytes of the text.
     IntrusiveString(const std::string& text) : text_(text) {}
     /// An independent copy with a count of its own, 0.
     IntrusiveString(const IntrusiveString& source) = default;
     ~IntrusiveString() = default;
 
+    /// Takes the text over; the count stays.
     IntrusiveString& operator=(const IntrusiveString& source) = default;
+    /// Takes the text up to its NUL. Bad input: null gives the empty text.
     IntrusiveString& operator=(const char* text) {
         text_ = text != nullptr ? text : "";
         return *this;
     }
+    /// Appends the text up to its NUL. Bad input: null appends nothing.
     IntrusiveString& operator+=(const char* text) {
         text_ += text != nullptr ? text : "";
         return *this;
     }
     /// Replaces the text by `length` bytes and returns the text itself.
     std::string& assign(const char* text, std::size_t length) { return text_.assign(text, length); }
+    /// Leaves the empty text.
     void clear() noexcept { text_.clear(); }
 
+    /// Whether there is no byte.
     bool empty() const noexcept { return text_.empty(); }
     /// Size in bytes.
     std::size_t length() const noexcept { return text_.length(); }
@@ -54,18 +61,24 @@ public:
         return text_.find_last_of(c, from);
     }
 
+    /// The text, as a copy or in place; the reference lives as the one of `c_str()` does.
+    /// @{
     operator std::string() { return text_; }
     operator const std::string&() const { return text_; }
+    /// @}
 
 private:
     std::string text_;
 };
 
+/// A new text: the one behind the other.
 GATECAST_EXPORT IntrusiveString operator+(const IntrusiveString& left,
                                           const IntrusiveString& right);
 /// Same bytes.
 GATECAST_EXPORT bool operator==(const IntrusiveString& left, const IntrusiveString& right) noexcept;
+/// Other bytes.
 GATECAST_EXPORT bool operator!=(const IntrusiveString& left, const IntrusiveString& right) noexcept;
+/// Writes all bytes of the text, NUL bytes included.
 GATECAST_EXPORT std::ostream& operator<<(std::ostream& out, const IntrusiveString& text);
 
 } // namespace qx

@@ -35,19 +35,29 @@ const T& entry_from_default(const T& value) {
 template <typename T>
 class GATECAST_EXPORT PooledStringMap {
 public:
+    /// A key: a text of the pool, shared.
     using Key = boost::intrusive_ptr<IntrusiveString>;
+    /// What keeps the keys.
     using Pool = StringPool<IntrusiveString, Key>;
+    /// What keeps the entries.
     using Table = detail::GroupedTable<T>;
+    /// A place among the entries: `first` is the key, `second` the value.
     using iterator = typename Table::iterator;
+    /// A place for reading.
     using const_iterator = typename Table::const_iterator;
+    /// An entry.
     using value_type = typename Table::value_type;
 
     /// Default value `T()`, global pool.
     PooledStringMap() : PooledStringMap(T()) {}
+    /// The given default value, global pool.
     PooledStringMap(const T& defaultValue) : PooledStringMap(global_string_pool(), defaultValue) {}
+    /// The given default value and pool.
     PooledStringMap(Pool& pool, const T& defaultValue)
         : pool_(&pool), defaultValue_(defaultValue) {}
+    /// Copies the entries and the default value; the pool is the source's.
     PooledStringMap(const PooledStringMap&) = default;
+    /// Takes over entries, default value and pool. Calls no hook.
     PooledStringMap& operator=(const PooledStringMap& source) {
         if (this == &source) return *this;
         Table entries(source.table_); // the source may lie in one of the values
@@ -75,12 +85,17 @@ protected:
     /// @}
 
 public:
+    /// Whether there is no entry.
     bool empty() const noexcept { return table_.empty(); }
+    /// Entries, those of repeated keys counted each.
     std::size_t size() const noexcept { return table_.size(); }
+    /// From the first entry to behind the last one, in the map's own order.
+    /// @{
     iterator begin() noexcept { return table_.begin(); }
     iterator end() noexcept { return table_.end(); }
     const_iterator begin() const noexcept { return table_.begin(); }
     const_iterator end() const noexcept { return table_.end(); }
+    /// @}
 
     /// First entry with the key's text, or `end()`.
     /// @{
@@ -91,6 +106,7 @@ public:
     const_iterator find(const IntrusiveString& key) const { return find(key.c_str()); }
     const_iterator find(const Key& key) const { return find(text_of(key)); }
     /// @}
+    /// Whether an entry has the key's text.
     template <typename K>
     bool contains(const K& key) const {
         return find(key) != end();
@@ -162,6 +178,7 @@ public:
         }
         return entry;
     }
+    /// Whether an entry has an equal value.
     bool containsValue(const T& value) const { return findValue(value) != end(); }
 
     /// Removes every entry whose value equals the given one and returns how many. Calls no hook.

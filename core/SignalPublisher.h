@@ -14,10 +14,14 @@
 namespace qx {
 
 /// One connection of a subscriber, as the diagnostics name it.
+/// Threads: one at a time.
 class GATECAST_EXPORT ConnectionImpl {
 public:
+    /// A record; it connects nothing.
     ConnectionImpl(std::string signal, const void* subscriber);
+    /// Name of the signal; lives as long as the record.
     const std::string& signal() const { return signal_; }
+    /// Address of the subscriber, which may be gone.
     const void* subscriber() const { return subscriber_; }
 
 private:

@@ -25,18 +25,24 @@ namespace qx {
 GATECAST_EXPORT std::size_t hash_of_text(const char* text) noexcept;
 
 /// `hash_of_text` for each form of key.
+/// Threads: any thread, as long as nobody changes the key.
 template <typename K>
 struct StringHash {
+    /// The hash of the text; of a null pointer that of the empty text, 0.
+    /// @{
     std::size_t operator()(const char* key) const noexcept { return hash_of_text(key); }
     std::size_t operator()(const IntrusiveString& key) const noexcept { return key.hash(); }
     std::size_t operator()(const boost::intrusive_ptr<IntrusiveString>& key) const noexcept {
         return key ? key->hash() : 0;
+        /// @}
     }
 };
 
 /// Two keys are equal when they are the same string object.
+/// Threads: any thread.
 template <typename S>
 struct PooledStringEquals {
+    /// Whether both point at one object.
     bool operator()(const boost::intrusive_ptr<S>& left,
                     const boost::intrusive_ptr<S>& right) const noexcept {
         return left.get() == right.get();
@@ -51,6 +57,7 @@ struct PooledStringEquals {
 template <typename S, typename Pointer>
 class StringPool {
 public:
+    /// Empty.
     StringPool() : strings_(kFirstBuckets) { strings_.max_load_factor(1.0F); }
     StringPool(const StringPool&) = delete;
     StringPool& operator=(const StringPool&) = delete;
@@ -87,6 +94,7 @@ public:
                strings_.end();
     }
 
+    /// Distinct texts that were interned so far.
     std::size_t size() const {
         const detail::ProcessLock<std::mutex> lock(mutex_);
         return strings_.size();

@@ -16,14 +16,20 @@ namespace qx {
 /// Threads: one at a time.
 class GATECAST_EXPORT Url {
 public:
+    /// The empty URL.
     Url();
     /// Bad input: a null pointer gives the empty URL.
     Url(const char* text);
+    /// All bytes of the text.
     Url(const std::string& text);
+    /// An independent copy.
+    /// @{
     Url(const Url& source);
     Url& operator=(const Url& source);
+    /// @}
     virtual ~Url();
 
+    /// Whether the text is empty.
     bool empty() const { return text_.empty(); }
     /// Whether the text has a scheme and follows the grammar.
     bool absolute() const;
@@ -63,6 +69,7 @@ GATECAST_EXPORT bool operator!=(const Url& left, const Url& right);
 GATECAST_EXPORT bool operator!=(const Url& left, const char* right);
 GATECAST_EXPORT bool operator!=(const char* left, const Url& right);
 /// @}
+/// Writes the text.
 GATECAST_EXPORT std::ostream& operator<<(std::ostream& out, const Url& url);
 
 } // namespace qx

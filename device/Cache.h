@@ -20,8 +20,8 @@ namespace qx {
 /// A store of values by key that may forget.
 ///
 /// Values are shared: one that the application still holds outlives its removal.
-/// Threads: any thread when the cache is thread safe, otherwise one at a time. Thread safety itself
-/// is switched while nobody else uses the cache.
+/// Threads: any thread when the cache is thread safe, otherwise one at a time.
+/// Thread safety itself is switched while nobody else uses the cache.
 template <typename K, typename V>
 class Cache {
 public:
@@ -46,10 +46,13 @@ public:
         const MutexLocker lock(mutex(), true);
         capacity_ = capacity;
     }
+    /// Whether each operation takes the lock.
     virtual bool isThreadSafe() const { return mutex_ != nullptr; }
+    /// Adds the lock or takes it away. No other thread may use the cache meanwhile.
     virtual void setThreadSafe(bool threadSafe) {
         if (threadSafe != (mutex_ != nullptr)) mutex_.reset(threadSafe ? new Mutex : nullptr);
     }
+    /// Whether the key has a value. Doesn't count as use.
     virtual bool contains(const K& key) const = 0;
     /// The value, or an empty one for a missing key. The reference lives as long as somebody, the
     /// cache or the application, holds the value.
@@ -68,6 +71,7 @@ public:
     virtual void put(const K& key, boost::shared_ptr<V> value) = 0;
     /// Bad input: nothing happens for a missing key.
     virtual void remove(const K& key) = 0;
+    /// Drops all values.
     virtual void clear() = 0;
 
 protected:
@@ -82,6 +86,7 @@ private:
 /// Keeps values in memory and drops those that were unused for longest. A read counts as use.
 ///
 /// A steady state allocates no buckets: those of dropped values are used again.
+/// Threads: as `Cache` says; a thread safe one is for any thread.
 template <typename K, typename V>
 class MemoryCache : public virtual Cache<K, V> {
 public:
@@ -156,10 +161,10 @@ protected:
     /// The place of one value: in the list of use, the most recent first, or among the free ones.
     struct Bucket {
         virtual ~Bucket() = default;
-        K key{};
-        boost::shared_ptr<V> value;
+        K key{};                    ///< of the value
+        boost::shared_ptr<V> value; ///< shared with the application
         Bucket* previous = nullptr; ///< null outside the list
-        Bucket* next = nullptr;
+        Bucket* next = nullptr;     ///< towards what was unused for longest
     };
 
     /// A new bucket; the cache owns it.
@@ -227,6 +232,7 @@ private:
 /// before.
 ///
 /// The lock of the chain is taken first, then that of the cache.
+/// Threads: as `Cache` says; a thread safe one is for any thread.
 template <typename K, typename V>
 class MultiCache : public virtual Cache<K, V> {
 public:

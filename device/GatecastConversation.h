@@ -29,12 +29,7 @@ namespace qx {
 /// `readJsonText`. The usual order is: construct, connect, `open`, `setupSubscriptions`, then
 /// commands.
 /// \code
-/// class Phone : public qx::GatecastConversation {
-///     void sendJsonText(const char* text, int size) override { socket.write(text, size); }
-///     void showMessage(const qx::IntrusiveString& text) override { label.set(text.c_str()); }
-///     ...
-/// };
-/// Phone phone;
+/// Phone phone; // the application's class: docs/device.md shows one
 /// phone.open();
 /// phone.setupSubscriptions("phone-17");
 /// phone.triggerDoor(); // its event comes under SubscribeDoor and sets doorAndLightStatus()
@@ -43,24 +38,25 @@ namespace qx {
 /// its request and returns; none waits, and none reports an error: what the device objects to
 /// arrives later, as a message or as a response of its own.
 ///
-/// Threads: locked inside; listeners run under the lock, and so do the operations of the
-/// application: they may send requests, but must not wait for the answers, which arrive on the
-/// same thread. The state of this class isn't locked: give commands and feed text on one thread.
+/// Threads: locked inside; listeners run under the lock; give commands and feed text on one thread.
+/// The operations of the application run under the lock as well: they may send requests, but must
+/// not wait for the answers, which arrive on the same thread. The state of this class isn't locked.
 class GATECAST_EXPORT GatecastConversation : public virtual json::Conversation,
                                              public virtual IJsonHeaderUpdateReceiver {
 public:
     /// @name Reference ids under which events arrive
     /// @{
-    static constexpr std::int64_t SubscribeDoor = 101;
-    static constexpr std::int64_t SubscribeLight = 102;
-    static constexpr std::int64_t SubscribeDevice = 103;
-    static constexpr std::int64_t SubscribeMailBox = 104;
+    static constexpr std::int64_t SubscribeDoor = 101;    ///< events of the door
+    static constexpr std::int64_t SubscribeLight = 102;   ///< events of the light
+    static constexpr std::int64_t SubscribeDevice = 103;  ///< the registration of this phone
+    static constexpr std::int64_t SubscribeMailBox = 104; ///< batches of the mail box
     /// @}
     /// The key of the live view's image in the preview cache.
     static constexpr std::int64_t LivePreviewKey = std::numeric_limits<std::int64_t>::max();
 
     /// The device's methods, pooled. They can be used until the last static object is gone.
     struct Methods {
+        /// A pooled text.
         using Name = boost::intrusive_ptr<IntrusiveString>;
         Name version;            ///< "version"
         Name registerDevice;     ///< "register_device"
@@ -84,11 +80,13 @@ public:
         Name listContactNumbers; ///< "list_contact_numbers"
         Name listAddressees;     ///< "list_addressees"
     };
+    /// The names, made on first use. Threads: any thread.
     static const Methods& methods();
 
     /// Keys and words of the device's results, pooled like the methods. The last eight are for
     /// applications that look into events themselves; nothing here reads them.
     struct Keys {
+        /// A pooled text.
         using Key = boost::intrusive_ptr<IntrusiveString>;
         Key versionMajor;  ///< "version_major"
         Key versionMinor;  ///< "version_minor"
@@ -104,6 +102,7 @@ public:
         Key fps;           ///< "fps"
         Key error;         ///< "error"
     };
+    /// The keys, made on first use. Threads: any thread.
     static const Keys& keys();
 
     /// What the device's events have told of its door and its light.
@@ -114,6 +113,8 @@ public:
         IntrusiveString doorStatus;    ///< the text of the last one
     };
 
+    /// The chain of caches of preview images; a chain so that an application can add its own
+    /// behind.
     using PreviewCache = MultiCache<unsigned long long, std::string>;
 
     /// Each request will reach `sendJsonText` as one text: the application's class constructs the
@@ -151,6 +152,7 @@ public:
     void triggerDoor();
     void triggerLight();
     /// @}
+    /// Asks for a way to show the picture, unanswered. The device knows the names of its modes.
     void setDisplayMode(std::string mode);
 
     /// Asks for the live view. The playback mode becomes 18, and 2 when the device answers; the
@@ -268,15 +270,15 @@ protected:
     // ----- Data ------------------------------------------------------------------------------
 
     std::int32_t versionMajor = 0; ///< protocol version of the device, 0 while unknown
-    std::int32_t versionMinor = 9;
-    DoorAndLightStatus status;
+    std::int32_t versionMinor = 9; ///< protocol version of the device, 9 while unknown
+    DoorAndLightStatus status;     ///< what `doorAndLightStatus` answers
     /// What runs in its low four bits: 1 setting up, 2 live, 4 recording. Above: 16 when a change
     /// was asked for and isn't answered yet, 32 when paused, 48 when a pause was asked for.
     std::int32_t playbackMode = 0;
-    std::int32_t mailBoxBatch = 0; ///< number of the last batch since `readMailBox`
-    MailBoxEntry currentEntry;     ///< the message that plays; blank in live view
-    std::vector<MailBoxEntry> playQueue;
-    std::unique_ptr<PreviewCache> previewCache;
+    std::int32_t mailBoxBatch = 0;       ///< number of the last batch since `readMailBox`
+    MailBoxEntry currentEntry;           ///< the message that plays; blank in live view
+    std::vector<MailBoxEntry> playQueue; ///< what waits for the answer to a `pause`, in order
+    std::unique_ptr<PreviewCache> previewCache;               ///< by key; holds 120 images
     std::map<std::int64_t, std::int64_t> previewKeyByRequest; ///< requests that are under way
     std::map<std::int64_t, std::int64_t> previewRequestByKey; ///< the same, by key
 

@@ -15,13 +15,16 @@ namespace json {
 
 /// What stands in the braces of `json::object` and `json::list`: anything that a value is made of.
 /// Braces alone aren't taken here either, since `{"a", 1}` would be the first byte of a text.
+/// Threads: one at a time, like the value.
 class Element {
 public:
+    /// The value that the constructor for that type makes.
     template <typename T, std::enable_if_t<std::is_convertible_v<T&&, Variant> &&
                                                !std::is_same_v<std::decay_t<T>, Element>,
                                            int> = 0>
     Element(T&& content) : value_(std::forward<T>(content)) {}
 
+    /// Lives as long as the element.
     const Variant& value() const noexcept { return value_; }
 
 private:
@@ -30,17 +33,24 @@ private:
 
 /// A key and what stands under it. Keys are texts of any kind and end at their first NUL.
 /// Bad input: a null pointer is the empty key; a number or a null pointer constant doesn't compile.
+/// Threads: one at a time, like the value.
 class Member {
 public:
+    /// Keeps a copy of the key.
+    /// @{
     template <typename K, std::enable_if_t<std::is_convertible_v<const K&, std::string_view> &&
                                                !std::is_null_pointer_v<K>,
                                            int> = 0>
     Member(const K& key, Element element) : key_(text_of(key)), element_(std::move(element)) {}
     Member(const qx::IntrusiveString& key, Element element)
         : key_(key), element_(std::move(element)) {}
+    /// @}
 
+    /// Lives as long as the member.
+    /// @{
     const std::string& key() const noexcept { return key_; }
     const Variant& value() const noexcept { return element_.value(); }
+    /// @}
 
 private:
     static std::string text_of(const char* key) { return key != nullptr ? key : ""; }

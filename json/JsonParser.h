@@ -19,6 +19,7 @@ namespace json {
 
 /// Hears of what a parser has read. From inside both operations the parser may be reset and fed
 /// with another text: everyone still hears of his own one.
+/// Threads: one at a time; called on the thread that feeds.
 class GATECAST_EXPORT IJsonParserListener : public virtual qx::IInterface {
 public:
     // The order of the virtual operations is ABI.
@@ -59,8 +60,11 @@ public:
     };
 
     JsonParser();
+    /// Shares the tokenizer with the source; see above.
+    /// @{
     JsonParser(const JsonParser& source);
     JsonParser& operator=(const JsonParser& source);
+    /// @}
     virtual ~JsonParser();
 
     /// Feeds bytes; a negative length means up to the NUL. False on a fault, and then for every
@@ -93,6 +97,7 @@ public:
     /// is a fault like any other, and its message names the limit. They count for a text that is
     /// under way from its next piece on.
     void setLimits(const Limits& limits) noexcept { limits_ = limits; }
+    /// The limits that were set last.
     const Limits& limits() const noexcept { return limits_; }
     /// How many places for open containers and keys the parser has made: at least as many
     /// as its deepest text needed. They stay until it is gone.
@@ -127,8 +132,11 @@ protected:
     bool pushValue(const Variant& value);
     /// Closes the container on top.
     bool popValue();
+    /// Tells every listener, plain ones first.
+    /// @{
     void notifyResult(const Variant& value);
     void notifyError(const qx::IntrusiveString& text);
+    /// @}
 
     /// What the tokenizer calls; the first argument is the parser.
     /// @{

@@ -28,12 +28,15 @@ namespace json {
 /// const qx::IntrusiveString text = printer.string();
 /// \endcode
 /// A copy has the same form, indent and flag, and an empty buffer.
-/// Threads: one at a time. What a print function or a stream prints through the printer that calls
-/// it is a text of its own, and the text under way goes on as it was begun. The value that is
-/// printed must not change meanwhile.
+/// Threads: one at a time.
+/// What a print function or a stream prints through the printer that calls it is a text of its own,
+/// and the text under way goes on as it was begun. The value that is printed must not change
+/// meanwhile.
 class GATECAST_EXPORT JsonPrinter {
 public:
+    /// Takes `length` bytes of text, with the context that it was registered with.
     using PrintFunction = void (*)(void* context, const char* text, int length);
+    /// No function: the text stays in memory.
     static constexpr PrintFunction NO_PRINT_FUNCTION = nullptr;
 
     /// Keeps the text in memory.
@@ -46,8 +49,11 @@ public:
     /// as they arise. The text is the function's for the call. Without a print function, as in
     /// memory.
     JsonPrinter(PrintFunction function, void* context, bool buffered);
+    /// The form, the indent and the flag of the source, and an empty buffer.
+    /// @{
     JsonPrinter(const JsonPrinter& source);
     JsonPrinter& operator=(const JsonPrinter& source);
+    /// @}
     ~JsonPrinter();
 
     /// Prints one whole value as a text. In memory texts stand one behind the other until `reset`.
@@ -71,10 +77,12 @@ public:
     /// Indents by `text` per level; the empty text makes the output compact.
     /// Bad input: a text that isn't white space leaves the printer as it was.
     void setIndent(const std::string& text);
+    /// Whether the indent isn't empty.
     bool isPretty() const noexcept;
     /// Whether values with the auto mark are left out. Warning: `print` then returns only for a
     /// scalar and an empty container; for any other value it ends in `std::bad_alloc`.
     bool ignoreAutoValues() const noexcept { return ignoreAutoValues_; }
+    /// Sets whether values with the auto mark are left out; see the warning above.
     void setIgnoreAutoValues(bool ignore) noexcept { ignoreAutoValues_ = ignore; }
 
     /// Clears the buffer and begins a new text.

@@ -21,12 +21,16 @@ namespace json {
 /// Threads: one at a time.
 class GATECAST_EXPORT List : public qx::IntrusiveObject {
 public:
+    /// A place in the array.
     using iterator = std::vector<Variant>::iterator;
+    /// A place for reading.
     using const_iterator = std::vector<Variant>::const_iterator;
+    /// An element.
     using value_type = Variant;
 
     // ----- Construction --------------------------------------------------------------- List.cpp
 
+    /// Empty, without an owner.
     List();
     /// A shallow copy of the elements. Unlike `operator=` it doesn't link them: they have no
     /// parent. The copy has no owner.
@@ -52,12 +56,17 @@ protected:
 public:
     // ----- Reading -------------------------------------------------------------------- List.cpp
 
+    /// Elements held.
     std::size_t size() const noexcept { return elements_.size(); }
+    /// Whether there is no element.
     bool empty() const noexcept { return elements_.empty(); }
+    /// From the first element to behind the last one.
+    /// @{
     iterator begin() noexcept { return elements_.begin(); }
     iterator end() noexcept { return elements_.end(); }
     const_iterator begin() const noexcept { return elements_.begin(); }
     const_iterator end() const noexcept { return elements_.end(); }
+    /// @}
 
     /// The element, or the default of the place.
     /// @{
@@ -81,10 +90,12 @@ public:
     int indexOf(const Variant& value, std::size_t from = 0) const;
     /// Index of that very object, -1 if none.
     int indexOf(const Variant* value, std::size_t from = 0) const;
+    /// Whether an element equals the value, with the element on the left.
     bool contains(const Variant& value) const { return indexOf(value, 0) >= 0; }
     /// Whether the lengths are equal. Warning: the elements play no part; compare them one by one
     /// where they matter.
     bool operator==(const List& rhs) const noexcept;
+    /// Whether the lengths differ.
     bool operator!=(const List& rhs) const noexcept { return !(*this == rhs); }
     /// Whether the owner is marked; false without an owner.
     bool dirty() const noexcept;
@@ -101,6 +112,7 @@ public:
     void push_back(const Variant& value);
     /// Appends a copy and links it.
     List& operator<<(const Variant& value);
+    /// Appends a copy of each element and links it.
     List& operator+=(const List& rhs);
     /// The element; a list that is too short grows by defaults, or by copies of `fallback`.
     /// @{
@@ -146,11 +158,16 @@ protected:
     friend class JsonParser;
     friend class JsonPrinter;
 
+    /// Links elements to this list.
+    /// @{
     void update_parent(iterator where);
     void update_parents(iterator first, iterator last);
-    void update_schemas(iterator from);
+    /// @}
     /// Binds the elements from `from` on to what the owner's schema says of their places.
+    /// @{
+    void update_schemas(iterator from);
     void update_schemas(std::size_t from);
+    /// @}
     /// Marks the owner, if there is one.
     void setDirty(bool dirty) const noexcept;
 

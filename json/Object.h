@@ -28,12 +28,16 @@ namespace json {
 /// shared by all objects.
 class GATECAST_EXPORT Object : public qx::PooledStringMap<Variant>, public qx::IntrusiveObject {
 public:
+    /// What keeps the entries.
     using Map = qx::PooledStringMap<Variant>;
+    /// A key: a text of the pool, shared.
     using Key = boost::intrusive_ptr<qx::IntrusiveString>;
+    /// What keeps the keys of all objects.
     using KeyPool = qx::StringPool<qx::IntrusiveString, boost::intrusive_ptr<qx::IntrusiveString>>;
 
     // ----- Construction ------------------------------------------------------------- Object.cpp
 
+    /// Empty, without an owner.
     Object();
     /// A shallow copy of the entries. Unlike `operator=` it doesn't link them: the values have no
     /// parent. The copy has no owner.
@@ -77,6 +81,7 @@ public:
     /// Whether both hold the same groups: keys matched by identity, the values of a key equal in
     /// order. Cost: linear.
     bool operator==(const Object& rhs) const;
+    /// The opposite.
     bool operator!=(const Object& rhs) const { return !(*this == rhs); }
     /// Whether the owner is marked; false without an owner.
     bool dirty() const noexcept;
@@ -126,8 +131,11 @@ protected:
     /// Adds an entry without a lookup; a key that is present gets a further one. The key must be
     /// interned.
     void insert_new(const Key& key, const Variant& value);
+    /// Links values to this object.
+    /// @{
     void update_parent(const iterator& entry);
     void update_parents(iterator first, iterator last);
+    /// @}
     /// Bind values to what the owner's schema says of their keys; nothing without an owner.
     /// @{
     void update_schema(const iterator& entry);

@@ -24,8 +24,11 @@ public:
     Path(const char* text = "");
     /// Parses all bytes of the text.
     Path(const std::string& text);
+    /// An independent copy.
+    /// @{
     Path(const Path& source);
     Path& operator=(const Path& source);
+    /// @}
     // The order of the virtual operations is ABI.
     virtual ~Path();
 
@@ -87,9 +90,9 @@ protected:
     Variant* eval1(char* segment, Object& object, bool create) const;
     /// @}
 
-    std::unique_ptr<char[]> buffer;   // the segments, each followed by a NUL
-    std::size_t capacity = 0;         // bytes in the buffer
-    std::vector<std::size_t> offsets; // where each segment begins, then the end mark
+    std::unique_ptr<char[]> buffer;   ///< the segments, each followed by a NUL
+    std::size_t capacity = 0;         ///< bytes in the buffer
+    std::vector<std::size_t> offsets; ///< where each segment begins, then the end mark
 
 private:
     void split(std::size_t length);
@@ -97,6 +100,7 @@ private:
     char* segment(std::size_t index) const { return buffer.get() + offsets[index]; }
 };
 
+/// Writes the path as `print` does.
 GATECAST_EXPORT std::ostream& operator<<(std::ostream& out, const Path& path);
 
 } // namespace json

@@ -32,8 +32,12 @@ public:
     TreeIterator();
     /// One level, over the value, which must outlive the iterator.
     TreeIterator(const Variant& value);
+    /// The levels and the path of the source, over the same value.
+    /// @{
     TreeIterator(const TreeIterator& source);
     TreeIterator& operator=(const TreeIterator& source);
+    /// @}
+    /// One level, over the value, as from the constructor.
     TreeIterator& operator=(const Variant& value);
     ~TreeIterator();
 
@@ -60,6 +64,8 @@ public:
     const qx::IntrusiveString& key() const;
     int index() const;
     /// @}
+    /// Key or index of each level but the lowest; lives as long as the iterator, and changes with
+    /// it.
     const Path& path() const { return path_; }
 
     // ----- Moving ----------------------------------------------------------------------------
@@ -71,9 +77,11 @@ public:
     /// Warning: over a list or an object that isn't empty it only ever adds levels. A loop of steps
     /// to the end doesn't end: it uses up all memory.
     TreeIterator& operator++();
+    /// The same; answers a copy made before.
     TreeIterator operator++(int);
     /// Drops the topmost level and steps the one below it back, if it can.
     TreeIterator& operator--();
+    /// The same; answers a copy made before.
     TreeIterator operator--(int);
     /// Several steps, until the end at most. Each step forward may add a level; see `++`.
     /// @{
@@ -98,6 +106,7 @@ public:
 
     /// Whether all levels have equal values; positions and paths play no part.
     bool operator==(const TreeIterator& other) const;
+    /// Whether a level has another value, or one has more levels.
     bool operator!=(const TreeIterator& other) const { return !(*this == other); }
     /// By position, level by level from the bottom. All four are false for iterators over values
     /// that differ.
@@ -113,7 +122,9 @@ protected:
     TreeIterator& push(const VariantIterator& entry);
     /// Finds a child by key, or by index unless that is negative.
     TreeIterator& position_at(const char* name, int index);
+    /// Whether both walk equal values.
     bool comparable(const TreeIterator& other) const;
+    /// Below, at or above 0, as this one stands before, with or behind the other one.
     int compare(const TreeIterator& other) const;
 
 private:

@@ -93,9 +93,9 @@ struct Braces {
 /// non-const container forms convert the value to what is asked for and create what is missing:
 /// \code
 /// json::Variant v;
-/// v["door"]["open"] = true;              // {"door":{"open":true}}
+/// v["door"]["open"] = true; // {"door":{"open":true}}
 /// const json::Variant& c = v;
-/// c["window"].isNull();                  // true, and nothing was added
+/// c["window"].isNull(); // true, and nothing was added
 /// \endcode
 /// Warning: a non-const `list[i]` or `object["key"]` creates what it doesn't find, and passing a
 /// non-const value where a `json::List&` or `json::Object&` fits turns it into one. Read through
@@ -110,8 +110,9 @@ struct Braces {
 /// container that holds them (`hasParent`), and a container knows the schema-bound value that
 /// stands for it, its owner. Both links are raw and vanish with their ends.
 ///
-/// Threads: one at a time, const members included: reading the text of a number, a list or an
-/// object fills a cache. Copies on different threads may share payloads; the counts are atomic.
+/// Threads: one at a time, const members included.
+/// Reading the text of a number, a list or an object fills a cache. Copies on different threads may
+/// share payloads; the counts are atomic.
 class GATECAST_EXPORT Variant {
 public:
     /// @name Constants
@@ -121,17 +122,18 @@ public:
     static const Variant& Empty;          ///< null: nothing is there
     static const Variant& Null;           ///< null
     static const Variant& EmptyAutoValue; ///< null, marked as an auto value
-    static const Variant& True;
-    static const Variant& False;
-    static const Variant& EmptyString;
-    static const Variant& EmptyList;
-    static const Variant& EmptyObject;
+    static const Variant& True;           ///< true
+    static const Variant& False;          ///< false
+    static const Variant& EmptyString;    ///< ""
+    static const Variant& EmptyList;      ///< []
+    static const Variant& EmptyObject;    ///< {}
     /// @}
 
     // ----- Construction: no schema, no parent, and not dirty unless it copies ----- Variant.cpp
 
     /// Null.
     Variant() noexcept {}
+    /// Null.
     Variant(std::nullptr_t) noexcept {}
 
     /// Boolean from `bool`, Real from a floating point number, Integer from every other number and
@@ -187,6 +189,8 @@ public:
         if (holdsContainer()) dropOwnContainer();
     }
 
+    /// The value that the constructor for that type makes.
+    /// @{
     static Variant fromBoolean(bool value) { return Variant(value); }
     /// A pointer is no Boolean: `fromBoolean("false")` would be true.
     template <typename T>
@@ -194,30 +198,39 @@ public:
     static Variant fromInteger(std::int64_t value) { return Variant(value); }
     static Variant fromReal(double value) { return Variant(value); }
     static Variant fromString(const char* text, int length = -1) { return Variant(text, length); }
+    /// @}
     /// The text always runs to its NUL. `flag` is no length: a non-zero one marks the result as
     /// an auto value.
     static Variant fromString(const wchar_t* text, int flag = 0);
+    /// The value that the constructor for that type makes.
+    /// @{
     static Variant fromString(boost::intrusive_ptr<qx::IntrusiveString> text);
     static Variant fromObject(const json::Object& object);
     static Variant fromObject(boost::intrusive_ptr<json::Object> object);
     static Variant fromList(const json::List& list);
     static Variant fromList(boost::intrusive_ptr<json::List> list);
+    /// @}
+    /// A new empty container of its own.
+    /// @{
     static Variant newObject();
     static Variant newList();
+    /// @}
+    /// Null.
     static Variant nullVariant() { return Variant(); }
 
     // ----- Assignment ------------------------------------------------------------ Variant.cpp
-    //
-    // A value that differs from the old one marks this value dirty; an equal one marks it clean,
-    // even if it was dirty before. Schema, parent and auto mark stay. Lists count as equal when
-    // their lengths are; see `json::List::operator==`.
 
     /// A shallow copy of `source`. The result is as if `source` had been copied before, also
     /// when it lies inside this value. A container that holds this value is cloned first, so that
     /// `v["self"] = v` makes no cycle.
-    /// Warning: a value assigned deeper into itself (`v["a"]["b"] = v`) holds itself and is never
-    /// freed; assign a copy of it.
+    ///
+    /// In each form a value that differs from the old one marks this value dirty; an equal one
+    /// marks it clean, even if it was dirty before. Schema, parent and auto mark stay. Lists count
+    /// as equal when their lengths are; see `json::List::operator==`. Warning: a value assigned
+    /// deeper into itself (`v["a"]["b"] = v`) holds itself and is never freed; assign a copy of it.
     Variant& operator=(const Variant& source);
+    /// As if assigned from the value that the constructor for that type makes.
+    /// @{
     template <typename T, detail::RequireNumber<T> = 0>
     Variant& operator=(T number) {
         if constexpr (std::is_same_v<T, bool>) {
@@ -243,10 +256,14 @@ public:
     Variant& operator=(const json::List& list);
     Variant& operator=(boost::intrusive_ptr<json::Object> object);
     Variant& operator=(boost::intrusive_ptr<json::List> list);
+    /// @}
 
     // ----- Tests -----------------------------------------------------------------------------
 
+    /// Its type.
     Type type() const noexcept { return static_cast<Type>(flags() & kTypeMask); }
+    /// Whether it is of that type.
+    /// @{
     bool isNull() const noexcept { return type() == Type::Null; }
     bool isBoolean() const noexcept { return type() == Type::Boolean; }
     bool isInteger() const noexcept { return type() == Type::Integer; }
@@ -254,6 +271,7 @@ public:
     bool isString() const noexcept { return type() == Type::String; }
     bool isObject() const noexcept { return type() == Type::Object; }
     bool isList() const noexcept { return type() == Type::List; }
+    /// @}
     // Intended: a Boolean counts. Held by Variant.CountsABooleanAsNumerical.
     /// True for Boolean, Integer and Real alike.
     bool isNumerical() const noexcept { return isBoolean() || isInteger() || isReal(); }
@@ -285,8 +303,11 @@ public:
             return static_cast<T>(integerValue());
         }
     }
+    /// The opposite of `booleanValue`.
+    /// @{
     bool empty() const { return !booleanValue(); }
     bool operator!() const { return !booleanValue(); }
+    /// @}
 
     /// The text of a String, the compact JSON text of every other type, "" for null. The
     /// reference lives until the value is changed. The text of a container is kept, and printed
@@ -410,9 +431,12 @@ public:
 
     // ----- Conversions: change the type, return this value ------------------------ Variant.cpp
 
+    /// Becomes what `booleanValue`, `integerValue` or `realValue` reads.
+    /// @{
     Variant& convertToBoolean();
     Variant& convertToInteger();
     Variant& convertToReal();
+    /// @}
     /// A container becomes its compact JSON text, null the empty text.
     Variant& convertToString();
     /// Marks the value dirty, unlike the two forms for containers.
@@ -431,23 +455,29 @@ public:
     Variant& convertTo(Type type);
 
     // ----- Comparison -------------------------------------------------------------- Variant.cpp
-    //
-    // The left operand's type selects the rule, and the rules aren't symmetric: Integer 5 equals
-    // the String "5" when it stands on the left, and differs from it when it stands on the right.
-    // Two Objects that differ are each less than the other. Lists of equal length are equal.
 
+    /// The left operand's type selects the rule, and the rules aren't symmetric: Integer 5 equals
+    /// the String "5" when it stands on the left, and differs from it when it stands on the right.
+    /// Two Objects that differ are each less than the other. Lists of equal length are equal.
+    /// @{
     bool operator==(const Variant& rhs) const { return compareTo(rhs) == 0; }
     bool operator!=(const Variant& rhs) const { return compareTo(rhs) != 0; }
     bool operator<(const Variant& rhs) const { return compareTo(rhs) < 0; }
     bool operator<=(const Variant& rhs) const { return compareTo(rhs) <= 0; }
     bool operator>(const Variant& rhs) const { return compareTo(rhs) > 0; }
     bool operator>=(const Variant& rhs) const { return compareTo(rhs) >= 0; }
+    /// @}
 
     /// With a `bool`: compares `booleanValue`.
+    /// @{
     bool operator==(bool rhs) const { return booleanValue() == rhs; }
     bool operator!=(bool rhs) const { return booleanValue() != rhs; }
+    /// @}
+    /// With a null pointer: whether the value is null, or isn't.
+    /// @{
     bool operator==(std::nullptr_t) const { return isNull(); }
     bool operator!=(std::nullptr_t) const { return !isNull(); }
+    /// @}
 
     /// With a text: all six are false when the value isn't a String, `!=` too. Texts are compared
     /// up to their first NUL, as signed bytes.
@@ -503,10 +533,9 @@ public:
     template <typename T>                                                                          \
     friend detail::AnswerToNoValue<T> operator op(T lhs, const Variant& rhs) = delete;
 
-    /// @name Comparison with numbers and texts on either side
-    /// A number on either side acts as the value made from it; a text on the left acts as the
-    /// mirrored form with the text on the right. Characters, and pointers that are no text, don't
-    /// compare: they would as Booleans.
+    /// With numbers and texts on either side: a number acts as the value made from it; a text on
+    /// the left acts as the mirrored form with the text on the right. Characters, and pointers that
+    /// are no text, don't compare: they would as Booleans.
     /// @{
     GATECAST_VARIANT_COMPARISONS(==, ==)
     GATECAST_VARIANT_COMPARISONS(!=, !=)
@@ -546,6 +575,7 @@ public:
 
     /// Appends a copy, converting this value to a List if needed. Returns this value.
     Variant& operator<<(const Variant& element);
+    /// Appends a number.
     template <typename T, detail::RequireNumber<T> = 0>
     Variant& operator<<(T number) {
         return *this << Variant(number);
@@ -575,6 +605,7 @@ public:
     void setDirty(bool dirty) const noexcept;
     /// Whether the value came from a schema's default and wasn't set by the application.
     bool autoValue() const noexcept { return (flags() & kAutoValue) != 0; }
+    /// Takes the auto mark away.
     void clearAutoValue() const noexcept { setAutoValue(false); }
 
     /// Makes every payload of the tree this value's own, at any depth. With a `source` that is
@@ -583,8 +614,11 @@ public:
 
     /// Whether a list or an object links this value as its element.
     bool hasParent() const noexcept { return (flags() & (kListParent | kObjectParent)) != 0; }
+    /// Whether a list links it, whether an object does.
+    /// @{
     bool hasListParent() const noexcept { return (flags() & kListParent) != 0; }
     bool hasObjectParent() const noexcept { return (flags() & kObjectParent) != 0; }
+    /// @}
     /// The container that holds this value; null if the parent isn't of that kind or no counted
     /// pointer holds it.
     /// @{
@@ -603,6 +637,7 @@ public:
         friend class List;
         Relocation() = default;
     };
+    /// Takes the source's content over; what is left of it may only be destroyed.
     Variant(Relocation, Variant& source) noexcept;
 
     // ----- Text ------------------------------------------------------------------- ValueText.cpp
@@ -610,6 +645,7 @@ public:
     /// JSON text, indented by a tab per level when `pretty`. The result has count 0: hand it to a
     /// `boost::intrusive_ptr` at once.
     qx::IntrusiveString* print(bool pretty = false) const;
+    /// The same text, into `out`.
     void print(qx::IntrusiveString& out, bool pretty = false) const;
     /// Always true; the stream's own state tells of failures.
     bool write(std::ostream& out, bool pretty = false) const;
@@ -669,29 +705,44 @@ protected:
     /// Negative, zero or positive; see the comparison chapter.
     int compareTo(const Variant& rhs) const;
 
+    /// Sets the auto mark.
     void setAutoValue(bool autoValue) const noexcept { setFlag(kAutoValue, autoValue); }
     /// Whether copy on write is off.
     bool isSticky() const noexcept { return (flags() & kSticky) != 0; }
+    /// Switches copy on write off, or on again.
     void setSticky(bool sticky) const noexcept { setFlag(kSticky, sticky); }
+    /// Marks the kept text as out of date.
     void setPrintDirty() const noexcept { setFlag(kPrintDirty, true); }
     /// Clears the mark and returns its old state.
     bool resetPrintDirty() const noexcept;
+    /// Switches copy on write on, or off.
     void enableCopyOnWrite(bool enable) { setSticky(!enable); }
     /// Whether a write must clone the payload first.
     bool copyForWrite(qx::IntrusiveObject* payload) const;
+    /// Takes over type, payload and schema.
     void copyFrom(const Variant& source);
+    /// Drops text and container.
     void release();
+    /// Makes this value the owner of its container.
     void attach_owner() const;
+    /// The same for many values, those above first.
     static void attachOwners(const std::vector<Variant*>& parentsFirst);
+    /// Undoes it; nothing when another value is the owner.
     void detach_owner() const;
+    /// Links the value to the container, null unlinks it.
+    /// @{
     void setParent(json::List* list) noexcept;
     void setParent(json::Object* object) noexcept;
+    /// @}
+    /// The payload, made when there is none; the forms that aren't const clone a shared one first.
+    /// @{
     const boost::intrusive_ptr<qx::IntrusiveString>& constStringRef() const;
     const boost::intrusive_ptr<qx::IntrusiveString>& stringRef();
     json::Object* constObjectRef() const;
     json::List* constListRef() const;
     json::Object* objectRef();
     json::List* listRef();
+    /// @}
 
     /// One parser and two printers for all values of a thread.
     /// @{

@@ -26,6 +26,7 @@ public:
     class GATECAST_EXPORT Impl {
     public:
         Impl() = default;
+        /// The same place; for `clone`.
         Impl(const Impl&) = default;
         Impl& operator=(const Impl&) = delete;
 
@@ -33,13 +34,17 @@ public:
         virtual ~Impl();
         /// A position of its own; the caller owns it.
         virtual Impl* clone() const = 0;
+        /// Whether it stands on the first child.
         virtual bool atBegin() const = 0;
+        /// Whether it stands behind the last child.
         virtual bool atEnd() const = 0;
+        /// Back to the first child.
         virtual void reset() = 0;
         /// The key of an object's entry, the empty text elsewhere.
         virtual const qx::IntrusiveString& key() const;
         /// The index of a list's element, -1 elsewhere.
         virtual int index() const;
+        /// The child itself.
         virtual const Variant& value() const = 0;
         /// Whether the other is the same position, of the same kind.
         virtual bool equals(const Impl* other) const = 0;
@@ -53,11 +58,15 @@ public:
 
     /// Starts at the first child. The value must outlive the iterator.
     VariantIterator(const Variant& value);
+    /// The same value and place.
+    /// @{
     VariantIterator(const VariantIterator& source);
     VariantIterator& operator=(const VariantIterator& source);
+    /// @}
     // The order of the virtual operations is ABI.
     virtual ~VariantIterator();
 
+    /// The first child, as from the constructor.
     static VariantIterator begin(const Variant& value) { return VariantIterator(value); }
     /// The one position over `Variant::True`, whatever the value is.
     /// Warning: this is no end position of the value. It is unequal to every position in a list or
@@ -77,7 +86,9 @@ public:
     bool isList() const { return owner_->isList(); }
     bool isObject() const { return owner_->isObject(); }
     /// @}
+    /// Whether it stands on the first child.
     bool atBegin() const { return impl_->atBegin(); }
+    /// Whether it stands behind the last child: what a loop asks.
     bool atEnd() const { return impl_->atEnd(); }
     /// Key of the present entry, the empty text outside of objects.
     /// Bad input: behind the last entry the result is undefined.
@@ -87,11 +98,13 @@ public:
     /// Whether there is no child.
     bool empty() const { return atBegin() && atEnd(); }
 
+    /// Goes back to the first child.
     VariantIterator& reset();
 
     /// Whether both stand on the same child, or behind the last one of the same list, or of any two
     /// objects. Values without children are compared by their values.
     bool operator==(const VariantIterator& other) const { return impl_->equals(other.impl_); }
+    /// The opposite.
     bool operator!=(const VariantIterator& other) const { return !(*this == other); }
     /// Whether both walk the same children: those of one container, or equal values without any.
     bool comparable(const VariantIterator& other) const;
@@ -130,11 +143,15 @@ private:
 };
 
 /// A position in a list.
+/// Threads: one at a time.
 class GATECAST_EXPORT VarListIterator : public VariantIterator::Impl {
 public:
+    /// At the first element, or behind the last one. The list must outlive it.
     VarListIterator(const List& list, bool atBegin);
     ~VarListIterator() override;
 
+    /// As `VariantIterator::Impl` says.
+    /// @{
     Impl* clone() const override;
     bool atBegin() const override;
     bool atEnd() const override;
@@ -145,6 +162,7 @@ public:
     bool comparable(const Impl* other) const override;
     int compare(const Impl* other) const override;
     void increment(int count) override;
+    /// @}
 
 private:
     List::const_iterator begin_;
@@ -153,11 +171,15 @@ private:
 };
 
 /// A position in an object, in its own order.
+/// Threads: one at a time.
 class GATECAST_EXPORT VarObjectIterator : public VariantIterator::Impl {
 public:
+    /// At the first entry, or behind the last one. The object must outlive it.
     VarObjectIterator(const Object& object, bool atBegin);
     ~VarObjectIterator() override;
 
+    /// As `VariantIterator::Impl` says.
+    /// @{
     Impl* clone() const override;
     bool atBegin() const override;
     bool atEnd() const override;
@@ -168,6 +190,7 @@ public:
     bool comparable(const Impl* other) const override;
     int compare(const Impl* other) const override;
     void increment(int count) override;
+    /// @}
 
 private:
     using Position = Object::const_iterator;
@@ -181,11 +204,15 @@ private:
 };
 
 /// The one position of a value that has no children: on it, or behind it.
+/// Threads: one at a time.
 class GATECAST_EXPORT VarSingleIterator : public VariantIterator::Impl {
 public:
+    /// On the value, or behind it. The value must outlive it.
     VarSingleIterator(const Variant& value, bool first);
     ~VarSingleIterator() override;
 
+    /// As `VariantIterator::Impl` says.
+    /// @{
     Impl* clone() const override;
     bool atBegin() const override;
     bool atEnd() const override;
@@ -195,6 +222,7 @@ public:
     bool comparable(const Impl* other) const override;
     int compare(const Impl* other) const override;
     void increment(int count) override;
+    /// @}
 
 private:
     const Variant* value_;

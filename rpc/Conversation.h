@@ -34,7 +34,10 @@ namespace json {
 ///     bool handleResponse(const json::Request& request, const json::Response& response,
 ///                         json::Schema::ValidationResult result) override;
 /// };
-/// client.call("trigger", "door");                            // {"params":["door"],...,"id":1000}
+/// \endcode
+/// \code
+/// Client client;
+/// client.call("trigger", "door");                            // its answer comes under the id 1000
 /// client.call2("ptz_pan", 3, -1, json::Conversation::NO_ID); // no answer is expected
 /// client.subscribe("subscription", "door", 101);             // answered again and again
 /// \endcode
@@ -50,8 +53,9 @@ namespace json {
 /// conversation goes on with the next text. A request whose response a listener threw at stays
 /// pending; what was waiting behind a request whose transport threw isn't sent.
 ///
-/// Threads: locked inside; listeners run under the lock. That holds for the calls, `repeat`,
-/// `open`, `close` and the handling of a response; everything else is for one thread at a time:
+/// Threads: locked inside; listeners run under the lock; one thread at a time feeds text.
+/// The lock holds for the calls, `repeat`, `open`, `close` and the handling of a response;
+/// everything else is for one thread at a time:
 /// one thread feeds, and listeners are registered while no response is under way. The lock is the
 /// recursive one of `qx::SignalPublisher`. What all conversations share (the pool of keys, the
 /// registry of schemas) is locked too, so that each may have a thread of its own. A call shares the
@@ -140,6 +144,7 @@ public:
     /// it alive for the length of the `readJsonText` call.
     /// Bad input: a negative size attaches an empty block.
     virtual void setBinaryAttachment(const char* data, int size);
+    /// The block that was set, null without one. Not owned.
     const char* binaryAttachment() const { return attachmentData; }
     /// In bytes.
     int binaryAttachmentSize() const { return attachmentSize; }
@@ -190,11 +195,12 @@ public:
 protected:
     /// A request that is still of interest. A null `request` is a blank: its id was never sent.
     struct PendingRequest {
-        Request request;
-        bool keepAfterResponse = false;
+        Request request;                ///< what was sent
+        bool keepAfterResponse = false; ///< whether further responses are expected
     };
     /// An id is its own hash: its bucket is the id modulo the number of buckets.
     struct IdHash {
+        /// The id itself.
         std::size_t operator()(std::int64_t id) const { return static_cast<std::size_t>(id); }
     };
 
@@ -235,7 +241,8 @@ protected:
     boost::unordered_map<std::int64_t, PendingRequest, IdHash> pendingRequests; ///< by id
     std::int64_t lastId = 999;                         ///< moves on every call, not on `repeat`
     std::vector<IResponseListener*> responseListeners; ///< not owned
-    std::vector<boost::shared_ptr<IResponseListener>> sharedResponseListeners;
+    std::vector<boost::shared_ptr<IResponseListener>>
+        sharedResponseListeners;                  ///< owned together with the application
     JsonParser jsonParser;                        ///< reads incoming text
     JsonPrinter jsonPrinter;                      ///< prints outgoing requests
     const char* attachmentData = nullptr;         ///< not owned

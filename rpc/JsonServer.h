@@ -28,12 +28,15 @@ namespace json {
 ///         sendResponse(json::Response(request.arguments().size(), request.referenceId()));
 ///     }
 /// };
-/// Server().connect(&std::cin, &std::cout);
+/// \endcode
+/// \code
+/// Server().connect(&in, &out); // two streams, as std::cin and std::cout
 /// \endcode
 /// Make a new object for each connection: neither a copy nor a second `connect` begins afresh.
 /// Threads: one at a time.
 class GATECAST_EXPORT JsonServer : public IJsonParserListener {
 public:
+    /// Reads and writes nothing yet.
     JsonServer();
     /// Copies the parser, the printer and the stream that was set.
     /// Warning: the copy's parser still reports to `source`, which must outlive it, and shares with
@@ -70,13 +73,16 @@ public:
     virtual void handleParseError(const std::string& message);
 
 protected:
+    /// Writes the status that begins the stream.
     void print_http_header();
+    /// Writes the boundary that begins a part.
     void print_mime_delimiter();
     /// Writes one block: its header, `length + 1` bytes of the text, its terminator included, and
     /// the attachment unless that is null.
     void print_app12_block(const char* data, std::size_t length, const char* attachment,
                            std::size_t attachmentLength);
 
+    /// Reads the request.
     JsonParser parser;
     JsonPrinter printer;         ///< in memory, indented by a tab
     std::ostream* out = nullptr; ///< not owned; set by `connect`

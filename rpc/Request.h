@@ -37,6 +37,7 @@ public:
     /// A new envelope; see `setup`.
     Request(const qx::IntrusiveString& method, const Variant& args, std::int64_t id);
 
+    /// Shares the value of the source.
     Request& operator=(const Request& source) = default;
 
     // ----- Reading ---------------------------------------------------------------------------

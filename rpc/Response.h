@@ -31,12 +31,14 @@ class GATECAST_EXPORT Response : public Variant {
 public:
     /// Shares the value. Bad input: what isn't an object becomes an empty one.
     Response(const Variant& value);
+    /// Shares the value of the source.
     Response(const Response& source) = default;
     /// A success. An id of 0 or below leaves no "id" member.
     Response(const Variant& result, std::int64_t id);
     /// An error. An id of 0 or below leaves no "id" member.
     Response(std::int64_t code, const qx::IntrusiveString& message, std::int64_t id);
 
+    /// Shares the value of the source.
     Response& operator=(const Response& source) = default;
 
     // ----- Reading: references live until the response is changed ---------------------------

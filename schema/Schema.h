@@ -32,13 +32,13 @@ namespace json {
 /// json::Schema::import(json::JsonParser::parseTree(
 ///     R"({"id":"http://example.com/volume","type":"integer","minimum":0,"maximum":11})"));
 /// const auto volume = json::Schema::resolve("http://example.com/volume", qx::Url());
-/// volume->validate(json::Variant(12)).ok();   // false
-/// volume->validationResult().code;            // json::Schema::ValueOutOfBounds
+/// volume->validate(json::Variant(12)).ok(); // false
+/// volume->validationResult().code;          // json::Schema::ValueOutOfBounds
 /// \endcode
 /// Every node with an "id" is registered for the whole process while its document loads.
-/// Threads: the registry is locked inside, and any thread may resolve, import and `check`. A schema
-/// itself is for one thread at a time: `validate` and `autoValue` leave their result in it, so that
-/// values bound to the same schema, or to parts of it, are for one thread too.
+/// Threads: any thread may resolve, import and `check`; `validate` and `autoValue` one at a time.
+/// The registry is locked inside. `validate` and `autoValue` leave their result in the schema, so
+/// that values bound to the same schema, or to parts of it, are for one thread too.
 class GATECAST_EXPORT Schema : public qx::IntrusiveObject {
 public:
     /// A set of kinds of value: bit n stands for the `json::Type` of number n.
@@ -46,45 +46,45 @@ public:
 
     /// What went wrong in a check. The numbers are printed and don't change.
     enum ValidationCode : std::int32_t {
-        NoError = 0,
-        SchemaNotFound = 1,
-        WrongDataType = 2,
-        InvalidValue = 3,
-        ValueOutOfBounds = 4,
-        ValueNotDivisible = 5,
-        StringLengthOutOfBounds = 6,
-        RequiredValueMissing = 7,
-        DependentValueMissing = 8,
-        UnknownStringFormat = 9,
-        InvalidProperty = 10,
-        ArrayIndexOutOfBounds = 11,
-        SchemaNotDefinedForArrayItem = 12,
-        ArrayItemsNotUnique = 13,
-        MalformedDateOrTime = 14,       ///< never raised
-        RegularExpressionMismatch = 15, ///< never raised
-        MalformedIpAddress = 16,
-        MalformedUri = 17
+        NoError = 0,                       ///< a pass
+        SchemaNotFound = 1,                ///< a reference leads nowhere
+        WrongDataType = 2,                 ///< "type", "disallow"
+        InvalidValue = 3,                  ///< "enum"
+        ValueOutOfBounds = 4,              ///< "minimum", "maximum"
+        ValueNotDivisible = 5,             ///< "divisibleBy"
+        StringLengthOutOfBounds = 6,       ///< "minLength", "maxLength"
+        RequiredValueMissing = 7,          ///< "required", "optional"
+        DependentValueMissing = 8,         ///< "dependencies"
+        UnknownStringFormat = 9,           ///< "format": a word without a test
+        InvalidProperty = 10,              ///< "additionalProperties"
+        ArrayIndexOutOfBounds = 11,        ///< "minItems", "maxItems"
+        SchemaNotDefinedForArrayItem = 12, ///< "additionalItems"
+        ArrayItemsNotUnique = 13,          ///< "uniqueItems"
+        MalformedDateOrTime = 14,          ///< never raised
+        RegularExpressionMismatch = 15,    ///< never raised
+        MalformedIpAddress = 16,           ///< "format"
+        MalformedUri = 17                  ///< "format"
     };
 
     /// The words of the keyword "format". The numbers are printed and don't change.
     enum StringFormat : std::int32_t {
-        UnknownFormat = 0, ///< absent, or any other word
-        RegexFormat = 1,
-        DateTimeFormat = 2,
-        DateFormat = 3,
-        TimeFormat = 4,
-        UtcMillisecFormat = 5,
-        IpAddressFormat = 6,
-        Ipv6Format = 7,
-        ColorFormat = 8,
-        StyleFormat = 9,
-        PhoneFormat = 10,
-        UriFormat = 11,
-        EmailFormat = 12,
-        HostNameFormat = 13,
-        UtcSecondFormat = 14,
-        Base64Format = 15,
-        EncryptedFormat = 16
+        UnknownFormat = 0,     ///< absent, or any other word
+        RegexFormat = 1,       ///< "regex"
+        DateTimeFormat = 2,    ///< "date-time"
+        DateFormat = 3,        ///< "date"
+        TimeFormat = 4,        ///< "time"
+        UtcMillisecFormat = 5, ///< "utc-millisec"
+        IpAddressFormat = 6,   ///< "ip-address"
+        Ipv6Format = 7,        ///< "ipv6"
+        ColorFormat = 8,       ///< "color"
+        StyleFormat = 9,       ///< "format": a word without a test
+        PhoneFormat = 10,      ///< "phone"
+        UriFormat = 11,        ///< "uri"
+        EmailFormat = 12,      ///< "email"
+        HostNameFormat = 13,   ///< "host-name"
+        UtcSecondFormat = 14,  ///< "utc-second"
+        Base64Format = 15,     ///< "base64"
+        EncryptedFormat = 16   ///< "encrypted"
     };
 
     /// The outcome of a check: the first fault found. A value that can be copied freely.
@@ -100,11 +100,14 @@ public:
         Variant rootValue;                  ///< the value handed to it
         Path path;                          ///< where in `rootValue` the fault lies
 
+        /// A pass.
         ValidationResult() = default;
+        /// A fault without a place, or a pass with `NoError`.
         ValidationResult(std::int32_t faultCode) : code(faultCode) {}
 
         /// Whether the code is `NoError`.
         bool ok() const noexcept { return code == NoError; }
+        /// The same as `ok`.
         explicit operator bool() const noexcept { return ok(); }
 
         /// The text of a code, empty for an unknown one. The reference lives to the end of the
@@ -220,6 +223,7 @@ public:
     /// past the end where additional items are allowed. Null if nothing may stand there, and when
     /// "$ref" leads nowhere.
     boost::intrusive_ptr<Schema> at(std::size_t index) const;
+    /// The same; a negative index counts as a very large one.
     template <typename T, detail::RequireNumber<T> = 0>
     boost::intrusive_ptr<Schema> operator[](T index) const {
         return at(static_cast<std::size_t>(index));
@@ -301,7 +305,9 @@ protected:
     /// The definition's value of the key; what the definition answers for a missing key, null as a
     /// rule.
     const Variant& prop(const char* key) const { return definition()[key]; }
+    /// The definition's value of the key, `defaultValue` when it is missing.
     const Variant& prop(const char* key, const Variant& defaultValue) const;
+    /// Whether the definition has the key.
     bool containsProp(const char* key) const { return definition().contains(key); }
     /// Loads the definition. Nothing is cleared before.
     void init();
@@ -320,6 +326,7 @@ protected:
 
     /// The kind of the name, all of them for "any", none for an unknown one.
     static TypeSet type_from_string(const qx::IntrusiveString& name);
+    /// The number of the word, `UnknownFormat` for an unknown one.
     static StringFormat parse_format(const qx::IntrusiveString& name);
     /// "any", "void" for none, else the names joined by ",".
     /// @{
@@ -329,12 +336,18 @@ protected:
 
     // ----- The registry ---------------------------------------------------- SchemaRegistry.cpp
 
+    /// Schemas by their names or URLs.
     using SchemaMap = qx::PooledStringMap<boost::intrusive_ptr<Schema>>;
+    /// The registry itself, without its lock.
+    /// @{
     static SchemaMap& global_schemas();
     static const SchemaMap& const_global_schemas() { return global_schemas(); }
+    /// @}
 
-    // ----- Checks: true for a pass; a fault is left in `result` --------------- SchemaCheck.cpp
+    // ----- Checks ------------------------------------------------------------- SchemaCheck.cpp
 
+    /// The parts of a check: true for a pass; a fault is left in `result`.
+    /// @{
     bool validate(const Variant& value, ValidationResult* result) const;
     bool validateType(const Variant& value, ValidationResult* result) const;
     bool validateValue(const Variant& value, ValidationResult* result) const;
@@ -342,14 +355,19 @@ protected:
     bool validateBounds(const Variant& value, ValidationResult* result) const;
     bool validateString(const Variant& value, ValidationResult* result) const;
     bool validateFormat(StringFormat format, const Variant& value, ValidationResult* result) const;
+    /// @}
 
     // ----- Defaults -------------------------------------------------------- SchemaDefaults.cpp
 
+    /// The parts of `autoValue`: of a property, and of a schema whose kind is Object, List, String
+    /// or Integer.
+    /// @{
     const Variant& autoPropertyValue(const qx::IntrusiveString& key) const;
     const Variant& autoObjectValue() const;
     const Variant& autoListValue() const;
     const Variant& autoStringValue() const;
     std::int64_t autoIntegerValue() const;
+    /// @}
 
 private:
     friend void intrusive_ptr_release(Schema* schema);

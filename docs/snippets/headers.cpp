@@ -7,8 +7,10 @@
 #include "rpc/Conversation.h"
 #include "rpc/JsonServer.h"
 #include "schema/Schema.h"
+#include "json/Build.h"
 #include "json/JsonParser.h"
 #include "json/JsonPrinter.h"
+#include "json/Literals.h"
 #include "json/Variant.h"
 #include "json/VariantIterator.h"
 
@@ -25,6 +27,19 @@ void values() {
     const json::Variant& c = v;
     c["window"].isNull(); // true, and nothing was added
     EXPECT(c["window"].isNull() && c.size() == 1 && c["door"]["open"] == true);
+}
+
+void builders() {
+    const json::Variant call = json::object({
+        {"method", "trigger"},
+        {"params", json::list({"door", true, json::object({{"seconds", 2.5}})})},
+        {"id", 1000},
+    });
+    EXPECT(call["params"][2]["seconds"] == 2.5 && call.size() == 3);
+
+    using namespace json::literals;
+    const json::Variant door = R"({"name": "front", "open": false})"_json;
+    EXPECT(door["name"] == "front" && door.size() == 2);
 }
 
 void text() {
@@ -127,6 +142,7 @@ void devices() {
 
 int main() {
     values();
+    builders();
     text();
     schemas();
     conversations();
