@@ -218,6 +218,11 @@ TEST(VariantIterator, OrdersPositionsInOneList) {
     EXPECT_TRUE(first <= first);
     EXPECT_TRUE(first >= first);
     EXPECT_FALSE(first < first);
+    const VariantIterator second = first + 1;
+    EXPECT_TRUE(first < second);
+    EXPECT_FALSE(second <= first);
+    EXPECT_TRUE(second > first);
+    EXPECT_FALSE(first >= second);
 }
 
 TEST(VariantIterator, OrdersTheTwoPositionsOfAScalar) {
