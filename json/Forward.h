@@ -8,10 +8,12 @@
 
 namespace json {
 
+class Element;
 class IJsonParserListener;
 class JsonParser;
 class JsonPrinter;
 class List;
+class Member;
 class Object;
 class Path;
 class TreeIterator;
@@ -20,6 +22,8 @@ class VarObjectIterator;
 class VarSingleIterator;
 class Variant;
 class VariantIterator;
+
+struct TextPlace;
 
 enum class Type : std::uint8_t;
 
