@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "expect.h"
+#include "json/Build.h"
 #include "json/JsonParser.h"
+#include "json/Literals.h"
 #include "json/Variant.h"
 
+#include <functional>
 #include <iostream>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -24,6 +28,26 @@ void read() {
     const bool there = call["params"];               // true: the list isn't empty
     const std::string deep = call["a"]["b"][3]["c"]; // ""
     EXPECT(missing == 0 && text == "7" && wrong == 0 && there && deep.empty());
+}
+
+void write() {
+    const json::Variant call = json::object({
+        {"method", "trigger"},
+        {"params", json::list({"door", json::object({{"for", 2.5}})})},
+        {"id", 7},
+    });
+    using namespace json::literals;
+    const json::Variant same =
+        R"({"method": "trigger", "params": ["door", {"for": 2.5}], "id": 7})"_json;
+    EXPECT(call["params"][1]["for"] == 2.5 && same["params"][1]["for"] == 2.5);
+    EXPECT(call.size() == 3 && same.size() == 3);
+}
+
+void refused() {
+    static_assert(!std::is_constructible_v<json::Variant, char>);
+    static_assert(!std::is_constructible_v<json::Variant, const int*>);
+    static_assert(!std::is_convertible_v<const json::Variant&, char>);
+    static_assert(!std::is_default_constructible_v<std::hash<json::Variant>>);
 }
 
 void ask() {
@@ -56,10 +80,14 @@ void parse() {
     EXPECT(good.isObject()); // ask for what you expect
 
     json::JsonParser parser;
-    if (!parser.parse("{\"door\": tru}")) {
-        std::cerr << parser.lastError() << '\n';
+    parser.parse("{\"door\":\n    tru}");
+    const json::Variant& value = parser.parseComplete();
+    if (parser.errorPlace().line != 0) { // a fault, and then the value is its text
+        std::cerr << "line " << parser.errorPlace().line << ", column "
+                  << parser.errorPlace().column << ": " << value.charsValue() << '\n';
     }
-    EXPECT(!parser.lastError().empty());
+    EXPECT(parser.errorPlace().line == 2);
+    EXPECT(parser.errorPlace().column >= 5);
 }
 
 void compare() {
@@ -101,6 +129,8 @@ void repeated_keys() {
 
 int main() {
     read();
+    write();
+    refused();
     ask();
     read_without_making();
     parse();

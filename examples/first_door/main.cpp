@@ -3,40 +3,34 @@
 //
 // usage: first_door HOST PORT
 
-#include "TcpTransport.h" // a copy of examples/transports/TcpTransport.h
-
-#include "device/GatecastConversation.h"
+// Copies of examples/shared/QuietClient.h and examples/transports/TcpTransport.h.
+#include "QuietClient.h"
+#include "TcpTransport.h"
 
 #include <boost/asio.hpp>
 
 #include <cstddef>
-#include <cstdint>
 #include <iostream>
-#include <map>
 #include <string>
 
 namespace {
 
 const char* const kToken = "kitchen-phone-17"; // by this text the station knows the phone again
 
-class Phone : public qx::GatecastConversation {
+class Phone : public shared::QuietClient {
 public:
     explicit Phone(transports::TcpTransport& station) : station_(station) {}
     bool opened() const { return opened_; }
 
-    // What leaves, and what arrives.
+    // What leaves.
     void sendJsonText(const char* text, int size) override {
         station_.send(std::string(text, static_cast<std::size_t>(size)));
-    }
-    void arrived(const std::string& update) {
-        receiveJsonHeaderUpdate(reinterpret_cast<const unsigned char*>(update.data()),
-                                static_cast<unsigned int>(update.size()));
     }
 
     // An event of the door comes under the id of its subscription.
     bool handleResponse(const json::Request& request, const json::Response& response,
                         json::Schema::ValidationResult result) override {
-        if (!qx::GatecastConversation::handleResponse(request, response, result)) return false;
+        if (!QuietClient::handleResponse(request, response, result)) return false;
         if (response.referenceId() == SubscribeDoor) {
             const qx::IntrusiveString& door = doorAndLightStatus().doorStatus;
             std::cout << "the door says: " << door << std::endl;
@@ -47,10 +41,6 @@ public:
     }
 
 protected:
-    using Text = qx::IntrusiveString;
-    using Book = std::map<std::string, std::string>;
-    using Image = boost::shared_ptr<std::string>;
-
     // The station doesn't know this phone: it offers those who live here. Take the first of them.
     void addresseesListed(Book people) override {
         const auto& [number, name] = *people.begin();
@@ -65,14 +55,6 @@ protected:
         triggerDoor();
     }
     void showMessage(const Text& text) override { std::cout << text << std::endl; }
-
-    // Not needed here: devices of the earlier kind, the mail box, and pictures.
-    void contactNumbersListed(Book) override {}
-    void singleContactNumber(const Text&, const Text&) override {}
-    void contactRegistered(const Text&, const Text&) override {}
-    void mailBoxData(const json::List&, int) override {}
-    void mailPreviewReady(std::int64_t, Image) override {}
-    void livePreviewReady(Image) override {}
 
 private:
     transports::TcpTransport& station_;
