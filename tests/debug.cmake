@@ -52,6 +52,20 @@ if(gatecast_kind STREQUAL SHARED_LIBRARY)
         COMMAND ${CMAKE_STRIP} --strip-debug $<TARGET_FILE:gatecast>
             -o ${gatecast_stripped}/$<TARGET_SONAME_FILE_NAME:gatecast>
         VERBATIM)
+    # Where the installed file stands when gdb comes upon the installed library.
+    set(gatecast_auto_load ${CMAKE_CURRENT_BINARY_DIR}/auto-load)
+    file(REAL_PATH ${PROJECT_BINARY_DIR} gatecast_real_directory)
+    configure_file(${gatecast_debug}/gatecast-gdb.py
+        ${gatecast_auto_load}${gatecast_real_directory}/libgatecast.so.${PROJECT_VERSION}-gdb.py
+        COPYONLY)
+    gatecast_add_debug_test(IsLoadedWithTheLibrary
+        ${GATECAST_GDB} -nx -batch -iex "set debuginfod enabled off"
+            -iex "set auto-load scripts-directory ${gatecast_auto_load}"
+            -iex "set auto-load safe-path ${gatecast_auto_load}"
+            -ex "break look" -ex "run" -ex "up" -ex "print objectPointer" -ex "kill"
+            $<TARGET_FILE:debug_application>)
+    set_tests_properties(Debugger.IsLoadedWithTheLibrary PROPERTIES
+        PASS_REGULAR_EXPRESSION "= object of 3 \\(shared by 3\\) = {")
     gatecast_add_debug_test(NeedsNoDebugInformationOfTheLibrary
         ${gatecast_check_printers} ${CMAKE_CURRENT_SOURCE_DIR}/debug/application.expected
         $<TARGET_FILE:debug_application> ${gatecast_stripped})
