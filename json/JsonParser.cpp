@@ -66,6 +66,7 @@ struct JsonParser::Tokenizer {
     /// Hands bytes to the handle, behind those that were gathered.
     yajl_status parse(JsonParser& parser, std::string_view piece) {
         yajl_status status = handOnGathered(parser);
+        heard = false;
         if (status == yajl_status_ok) status = run(parser, piece);
         if (status != yajl_status_ok) pending.clear(); // what follows a fault continues nothing
         return status;
@@ -89,23 +90,36 @@ struct JsonParser::Tokenizer {
         return text;
     }
 
-    /// Where the fault lies that the handle found in this piece. The tokenizer ends before a byte
-    /// that doesn't go on with a token, behind one that begins none, behind a token that may not
-    /// stand there, and at the begin of a number that is too large.
-    TextPlace placeOf(const std::string& message, std::string_view piece) const {
+    /// Where the fault lies that the handle found in this piece, which came in that state. The
+    /// tokenizer ends before a byte that doesn't go on with a token, behind one that begins none,
+    /// at the begin of a number that is too large, and behind most tokens that may not stand there.
+    TextPlace placeOf(const std::string& message, std::string_view piece,
+                      detail::PendingToken::State before) const {
         const std::size_t end = std::min(yajl_get_bytes_consumed(handle), piece.size());
-        if (message.find("overflow") != std::string::npos) {
+        const auto says = [&](const char* words) {
+            return message.find(words) != std::string::npos;
+        };
+        if (says("overflow")) {
             return end == 0 ? reading.ofOpenToken() : reading.ofByte(piece, end);
         }
+        const std::size_t comment = detail::PendingToken::restOfComment(before, piece);
+        if (says("trailing garbage")) {
+            if (completedAt != kNotYet) return reading.ofTokenFrom(piece, completedAt);
+            if (reading.tokenIsOpen()) return reading.ofOpenToken();
+            return reading.ofTokenFrom(piece, comment);
+        }
+        if (says("after key and value")) {
+            return reading.ofTokenBehindValue(piece, end, comment, heard);
+        }
         if (message.rfind("lexical error", 0) != 0) return reading.ofTokenBefore(piece, end);
-        const bool behind = message.find("invalid char in json text") != std::string::npos;
+        const bool behind = says("invalid char in json text");
         return reading.ofByte(piece, behind && end > 0 ? end - 1 : end);
     }
 
     /// The same for the fault that the end of the text was: only a number ends with it, and may
     /// then be out of place or too large.
     TextPlace placeOfEnd(JsonParser& parser) {
-        if (!reading.numberIsOpen()) return reading.here();
+        if (!reading.tokenIsOpen()) return reading.here();
         const std::string why = message(parser, std::string_view());
         const bool stands =
             why.rfind("parse error", 0) != 0 || why.find("premature EOF") != std::string::npos;
@@ -131,6 +145,7 @@ struct JsonParser::Tokenizer {
             if constexpr (Kind == Event::Key) {
                 if (!self->mayIntern(args...)) return 0;
             }
+            self->heard = true;
             const int goOn = Callback(self->target, args...);
             if constexpr (Kind == Event::Close) --self->open;
             if constexpr (Kind == Event::Scalar || Kind == Event::Close) {
@@ -156,6 +171,7 @@ struct JsonParser::Tokenizer {
     std::size_t newKeys = 0;           // the same
     std::size_t open = 0;              // containers
     std::size_t completedAt = kNotYet; // where in this piece the value came to its end
+    bool heard = false;                // of a token that came to its end in this piece
     JsonParser* target = nullptr;
     std::exception_ptr failure;
 
@@ -441,6 +457,7 @@ bool JsonParser::feed(const char* text, std::size_t length) {
         return fail(held->refusal, piece, left, held->reading.ofByte(piece, left));
     }
     held->bytes += length;
+    const detail::PendingToken::State before = held->pending.state();
     if (held->pending.gather(piece)) {
         held->reading.pass(piece, held->pending);
         return true;
@@ -451,7 +468,7 @@ bool JsonParser::feed(const char* text, std::size_t length) {
     }
     const std::string message = held->refusal.empty() ? held->message(*this, piece) : held->refusal;
     return fail(message, piece, yajl_get_bytes_consumed(held->handle),
-                held->placeOf(message, piece));
+                held->placeOf(message, piece, before));
 }
 
 /// Composes the error text and notifies; false. The input is shown raw, and of this piece only.

@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <ostream>
+#include <random>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -69,6 +72,26 @@ const Row kRows[] = {
     {"]", "0 1:1"},
     {"{\"a\" \"b\"}", "5 1:6"},
     {"{\"a\" \"b\\\"\\\\\"}", "5 1:6"},
+    {"{\"a\":1 \"\\\\\"}", "7 1:8"},
+    {"{\"a\": 1\n \"b\": 2}", "9 2:2"},
+    {"{\"a\": \"x\" \"long text\": 2}", "10 1:11"},
+    {"{\"a\": \"x\\\"\" \"\\\"\" 1}", "12 1:13"},
+    {"{\"a\":1 2}", "7 1:8"},
+    {"{\"a\":12]", "7 1:8"},
+    {"{\"a\":\"x\"]", "8 1:9"},
+    {"{\"a\":\"x\" 5}", "9 1:10"},
+    {"{\"a\":\"\"5}", "7 1:8"},
+    {"{\"a\":\"\" \"\"}", "8 1:9"},
+    {"{\"a\":1 \"\"5}", "7 1:8"},
+    {"{\"a\":true false}", "10 1:11"},
+    {"{\"a\":truefalse}", "9 1:10"},
+    {"{\"a\":-1.5e3-25}", "11 1:12"},
+    {"{\"a\":01}", "6 1:7"},
+    {"{\"a\":[] {}}", "8 1:9"},
+    {"{\"a\":1 /* \" */ \"b\":2}", "15 1:16"},
+    {"{\"a\":1 // \"\n \"b\":2}", "13 2:2"},
+    {"{\"a\":1 :2}", "7 1:8"},
+    {"{\"a\":1,\"b\":{\"c\":2 \"d\"}}", "18 1:19"},
     {"{\n1:2}", "2 2:1"},
     {"{true:2}", "1 1:2"},
     {"[1 -25.5e-3]", "3 1:4"},
@@ -86,6 +109,9 @@ const Row kRows[] = {
     {"[1]\n\n \"second\"", "6 3:2"},
     {"[1]2", "3 1:4"},
     {"1 234", "2 1:3"},
+    {"[1]nul", "3 1:4"},
+    {"[1] // comment\n\"\\x\"", "15 2:1"},
+    {"[1]/* */ /x", "10 1:11"},
     {"[1 /* \" */ \"a\"]", "11 1:12"},
     {"[1 // \" \n\"a\"]", "9 2:1"},
     {"[1, ,\"a\"]", "4 1:5"},
@@ -135,6 +161,34 @@ TEST_P(PlaceOfAFault, IsTheSameWhereverTheTextIsCutInThree) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ParseErrorPlace, PlaceOfAFault, testing::ValuesIn(kRows));
+
+TEST(ParseErrorPlace, IsTheSameHoweverARandomTextIsCut) {
+    const std::string_view parts[] = {"{",        "}",      "[",
+                                      "]",        ":",      ",",
+                                      "\"key\":", "\"\"",   "\"a\\\"\\\\\"",
+                                      "1",        "-2.5e3", "0",
+                                      "true",     "false",  "null",
+                                      " ",        "\n",     "/* \" */",
+                                      "// \"\n",  "#",      "\"\\x\"",
+                                      "nul",      "1e999",  "-",
+                                      "12",       "/"};
+    std::mt19937 random(7);
+    const auto below = [&](std::size_t bound) { return random() % bound; };
+    int faults = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text = below(2) == 0 ? "{\"key\":1" : "[1";
+        for (std::size_t i = below(8); i > 0; --i) {
+            text += parts[below(std::size(parts))];
+        }
+        std::vector<std::size_t> cuts{below(text.size() + 1), below(text.size() + 1)};
+        std::sort(cuts.begin(), cuts.end());
+        const std::string whole = place_of(text);
+        faults += whole == "none" ? 0 : 1;
+        ASSERT_EQ(whole, place_of(text, cuts))
+            << text << "\ncut at " << cuts[0] << " and " << cuts[1];
+    }
+    EXPECT_GT(faults, 10000);
+}
 
 TEST(ParseErrorPlace, CountsLinesAndBytesOverManyPieces) {
     JsonParser parser;

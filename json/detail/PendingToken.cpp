@@ -106,6 +106,15 @@ bool PendingToken::continues(State before, char c, State after) noexcept {
     }
 }
 
+std::size_t PendingToken::restOfComment(State state, std::string_view piece) noexcept {
+    std::size_t taken = 0;
+    while (taken < piece.size() && state >= State::Slash && state <= State::BlockCommentStar) {
+        if (state == State::Slash && piece[taken] != '*' && piece[taken] != '/') break;
+        state = after(state, piece[taken++]);
+    }
+    return taken;
+}
+
 bool PendingToken::gather(std::string_view piece) {
     if (state_ == State::Between) return false;
     State state = state_;

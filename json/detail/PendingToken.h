@@ -17,33 +17,6 @@ namespace json::detail {
 /// the cost stays linear in the bytes, however small the pieces are.
 class GATECAST_EXPORT PendingToken {
 public:
-    /// Follows bytes that the tokenizer has accepted.
-    void follow(std::string_view bytes) noexcept {
-        for (const char c : bytes) {
-            state_ = after(state_, c);
-        }
-    }
-    /// Nothing is open.
-    void clear() noexcept {
-        state_ = State::Between;
-        gathered_.clear();
-    }
-
-    bool between() const noexcept { return state_ == State::Between; }
-    bool inString() const noexcept { return state_ >= State::String && state_ <= State::Hex4; }
-    bool inEscape() const noexcept { return state_ == State::Escape; }
-    bool inNumber() const noexcept { return state_ >= State::Minus; }
-
-    /// Gathers a piece that only continues the open token; false, and nothing is done, where it
-    /// does anything else.
-    bool gather(std::string_view piece);
-
-    /// The pieces that were gathered since they were last handed on.
-    const std::string& gathered() const noexcept { return gathered_; }
-    /// They were handed on.
-    void handedOn() noexcept;
-
-private:
     // The states of a string stand together, and so do those of a number, at the end.
     enum class State : unsigned char {
         Between,
@@ -67,6 +40,37 @@ private:
         ExponentDigits
     };
 
+    /// Follows bytes that the tokenizer has accepted.
+    void follow(std::string_view bytes) noexcept {
+        for (const char c : bytes) {
+            state_ = after(state_, c);
+        }
+    }
+    /// Nothing is open.
+    void clear() noexcept {
+        state_ = State::Between;
+        gathered_.clear();
+    }
+
+    State state() const noexcept { return state_; }
+    bool between() const noexcept { return state_ == State::Between; }
+    bool inString() const noexcept { return state_ >= State::String && state_ <= State::Hex4; }
+    bool inEscape() const noexcept { return state_ == State::Escape; }
+    bool inNumber() const noexcept { return state_ >= State::Minus; }
+
+    /// How many bytes the comment takes of a piece that is open in that state; 0 for other states.
+    static std::size_t restOfComment(State state, std::string_view piece) noexcept;
+
+    /// Gathers a piece that only continues the open token; false, and nothing is done, where it
+    /// does anything else.
+    bool gather(std::string_view piece);
+
+    /// The pieces that were gathered since they were last handed on.
+    const std::string& gathered() const noexcept { return gathered_; }
+    /// They were handed on.
+    void handedOn() noexcept;
+
+private:
     static State after(State state, char c) noexcept;
     static bool continues(State before, char c, State after) noexcept;
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "json/detail/ReadingPlace.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace json::detail {
@@ -10,6 +11,29 @@ namespace {
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 bool is_letter(char c) { return c >= 'a' && c <= 'z'; }
+
+bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+/// Behind the quote that ends the string whose content begins there.
+std::size_t end_of_string(std::string_view text, std::size_t i, bool escape) {
+    for (; i < text.size(); ++i) {
+        if (escape) {
+            escape = false;
+        } else if (text[i] == '"') {
+            return i + 1;
+        } else {
+            escape = text[i] == '\\';
+        }
+    }
+    return i;
+}
+
+/// Behind the comment that begins there.
+std::size_t end_of_comment(std::string_view text, std::size_t i) {
+    const bool block = text.substr(i, 2) == "/*";
+    const std::size_t end = text.find(block ? "*/" : "\n", i + 2);
+    return end == std::string_view::npos ? text.size() : end + (block ? 2 : 1);
+}
 
 bool may_stand_in_number(char c) {
     return is_digit(c) || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E';
@@ -82,6 +106,59 @@ TextPlace ReadingPlace::ofTokenBefore(std::string_view piece, std::size_t end) c
         begin = beginOfNumber(bytes, number);
     }
     return begin == kBefore ? ofOpenToken() : ofByte(piece, begin);
+}
+
+/// Of the open token in a piece that the tokenizer has read to behind it.
+std::size_t ReadingPlace::endOfOpen(std::string_view piece) const noexcept {
+    std::size_t end = 0;
+    if (open_ == Open::String) return end_of_string(piece, 0, escape_);
+    if (open_ == Open::Word) return std::min(missing_, piece.size());
+    for (Number number = number_; end < piece.size(); ++end) {
+        number = after(number, piece[end]);
+        if (number == Number::None) break;
+    }
+    return end;
+}
+
+// Read forward: where a string begins can't be told from behind it.
+TextPlace ReadingPlace::ofTokenBehindValue(std::string_view piece, std::size_t told,
+                                           std::size_t comment, bool heard) const noexcept {
+    if (open_ != Open::Nothing && !heard) return begin_;
+    // Whether the token before was a value or its end: the first string of a piece is the fault
+    // only where no token was heard.
+    bool value = open_ != Open::Nothing || !heard;
+    std::size_t i = open_ == Open::Nothing ? comment : endOfOpen(piece);
+    while (i < piece.size()) {
+        const char c = piece[i];
+        if (is_blank(c)) {
+            ++i;
+        } else if (c == '/') {
+            i = end_of_comment(piece, i);
+        } else if (i == told || (value && c == '"' && i + 2 == told)) {
+            return ofByte(piece, i);
+        } else if (c == '"') {
+            i = end_of_string(piece, i + 1, false);
+            value = true;
+        } else {
+            value = c != ':' && c != ',' && c != '{' && c != '[';
+            ++i; // numbers and words byte by byte: no quote stands in them
+        }
+    }
+    return ofByte(piece, told);
+}
+
+TextPlace ReadingPlace::ofTokenFrom(std::string_view piece, std::size_t begin) const noexcept {
+    while (begin < piece.size() && (is_blank(piece[begin]) || piece[begin] == '/')) {
+        if (is_blank(piece[begin])) {
+            ++begin;
+        } else if (const std::string_view start = piece.substr(begin, 2);
+                   start != "/*" && start != "//") {
+            return ofByte(piece, begin + 1); // it begins no comment
+        } else {
+            begin = end_of_comment(piece, begin);
+        }
+    }
+    return ofByte(piece, begin);
 }
 
 /// The last quote that no backslash escapes: no backslash stands in front of a string.

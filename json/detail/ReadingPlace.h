@@ -30,11 +30,19 @@ public:
     /// Of the first byte of the token that ends in front of that byte of the piece, or that was
     /// open before it.
     TextPlace ofTokenBefore(std::string_view piece, std::size_t end) const noexcept;
+    /// Of the first byte of the token that begins at that byte of the piece or, if it is a string,
+    /// two bytes before it: so the tokenizer tells of tokens behind the value of a key. `comment`
+    /// bytes of the piece belong to a comment that was open; `heard` tells whether the piece had
+    /// a token that stood well.
+    TextPlace ofTokenBehindValue(std::string_view piece, std::size_t told, std::size_t comment,
+                                 bool heard) const noexcept;
+    /// Of the first byte behind that one of the piece that is neither blank nor in a comment.
+    TextPlace ofTokenFrom(std::string_view piece, std::size_t begin) const noexcept;
     /// Of the open token, `here` without one.
     const TextPlace& ofOpenToken() const noexcept {
         return open_ == Open::Nothing ? here_ : begin_;
     }
-    bool numberIsOpen() const noexcept { return open_ == Open::Number; }
+    bool tokenIsOpen() const noexcept { return open_ != Open::Nothing; }
 
 private:
     enum class Open : unsigned char { Nothing, String, Number, Word };
@@ -52,6 +60,7 @@ private:
 
     static constexpr std::size_t kBefore = static_cast<std::size_t>(-1); // in an earlier piece
 
+    std::size_t endOfOpen(std::string_view piece) const noexcept;
     static void advance(TextPlace& place, std::string_view bytes) noexcept;
     static Number after(Number number, char c) noexcept;
     std::size_t beginOfString(std::string_view bytes) const noexcept;
