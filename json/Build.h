@@ -36,6 +36,7 @@ private:
 /// Threads: one at a time, like the value.
 class Member {
 public:
+<<<<<<< HEAD
     /// Keeps a copy of the key.
     /// @{
     template <typename K, std::enable_if_t<std::is_convertible_v<const K&, std::string_view> &&
@@ -45,6 +46,13 @@ public:
     Member(const qx::IntrusiveString& key, Element element)
         : key_(key), element_(std::move(element)) {}
     /// @}
+=======
+    template <typename K, std::enable_if_t<(std::is_convertible_v<const K&, std::string_view> &&
+                                            !std::is_null_pointer_v<K>) ||
+                                               std::is_same_v<K, qx::IntrusiveString>,
+                                           int> = 0>
+    Member(const K& key, Element element) : key_(text_of(key)), element_(std::move(element)) {}
+>>>>>>> 21a94b5 (json: format values by fmt and std::format)
 
     /// Lives as long as the member.
     /// @{
@@ -54,7 +62,9 @@ public:
 
 private:
     static std::string text_of(const char* key) { return key != nullptr ? key : ""; }
+    static std::string text_of(const std::string& key) { return key; }
     static std::string text_of(std::string_view key) { return std::string(key); }
+    static std::string text_of(const qx::IntrusiveString& key) { return key; }
 
     std::string key_;
     Element element_;
