@@ -282,6 +282,14 @@ TEST(SchemaCheck, TheFirstAlternativeThatPassesEndsTheTypeCheck) {
 }
 
 // Cleaning up after a failed alternative would be the evident way; the path is left as it is.
+TEST(SchemaCheck, ASchemaThatExtendsOthersTriesEachOfItsAlternatives) {
+    ASSERT_TRUE(
+        import_text(R"([{"id":"http://check.test/first"},{"id":"http://check.test/second"}])"));
+    expect_rows({{R"({"extends":["http://check.test/first","http://check.test/second"],
+                     "type":[{"type":"string"},{"type":"null"}]})",
+                  "\"a\"", "ok"}});
+}
+
 TEST(SchemaCheck, AFailedAlternativeLeavesItsPathBehind) {
     const SchemaPtr passing = schema_of(
         R"({"type":[{"properties":{"a":{"items":{"type":"string"}}}},{"type":"object"}]})");

@@ -662,6 +662,15 @@ TEST(SchemaLoading, TextsAreTakenFromBytesStringsAndStreams) {
     EXPECT_EQ("integer", types_of(Schema(&stream)));
 }
 
+TEST(SchemaLoading, ACopyChecksTheDependenciesToo) {
+    const SchemaPtr source =
+        schema_of(R"({"dependencies":{"names":["more"],"schema":{"maximum":-1}}})");
+    const Schema copy(*source);
+    EXPECT_TRUE(copy.validate(value_of(R"({"other":1})")).ok());
+    EXPECT_EQ(Schema::DependentValueMissing, copy.validate(value_of(R"({"names":1})")).code);
+    EXPECT_EQ(Schema::ValueOutOfBounds, copy.validate(value_of(R"({"schema":1})")).code);
+}
+
 TEST(SchemaLoading, ACopySharesDefinitionAndChildren) {
     const CapturedConsole console;
     const Schema source(
