@@ -19,7 +19,9 @@ constexpr std::int64_t kSmallestZoom = 1;
 constexpr std::int64_t kGreatestZoom = 8;
 constexpr std::int64_t kFarthestTurn = 100; // steps from the middle, to each side
 constexpr std::size_t kLongestEcho = 60;    // bytes of a peer's text in an error message
-constexpr std::int64_t kMailBoxOfTheDoor = 1;
+constexpr std::size_t kMostPhones = 1000;   // each client may add one under any token
+constexpr int kWidestPicture = 1920;
+constexpr int kHighestPicture = 1080;
 constexpr std::int64_t kTenthsOfAVisit = 100;
 
 template <typename... Items>
@@ -89,7 +91,22 @@ std::vector<Frame> Station::receive(SessionId session, std::string_view text) {
 // ----- What happens at the door --------------------------------------------------------------
 
 std::vector<Frame> Station::ring() {
-    recordVisitor();
+    if (!settings_.bells.empty()) recordVisitor(0);
+    return takeFrames();
+}
+
+std::vector<Frame> Station::ring(const std::string& bell) {
+    for (std::size_t i = 0; i < settings_.bells.size(); ++i) {
+        if (settings_.bells[i].name != bell) continue;
+        recordVisitor(i);
+        break;
+    }
+    return takeFrames();
+}
+
+std::vector<Frame> Station::openDoor() {
+    if (!doorOpen_) pushState("door");
+    doorOpen_ = true;
     return takeFrames();
 }
 
@@ -99,11 +116,51 @@ std::vector<Frame> Station::closeDoor() {
     return takeFrames();
 }
 
+std::vector<Frame> Station::switchLight(bool on) {
+    if (lightOn_ != on) pushState("elight");
+    lightOn_ = on;
+    return takeFrames();
+}
+
+void Station::reboot() {
+    sessions_.clear();
+    doorOpen_ = false;
+    lightOn_ = false;
+    ringing_ = false;
+    view_ = View();
+    displayMode_ = "standard";
+}
+
 void Station::removeAddressee(std::int64_t id) {
     std::vector<Addressee>& book = settings_.addressBook;
     book.erase(std::remove_if(book.begin(), book.end(),
                               [id](const Addressee& addressee) { return addressee.id == id; }),
                book.end());
+}
+
+bool Station::hasBell(const std::string& name) const {
+    return std::any_of(settings_.bells.begin(), settings_.bells.end(),
+                       [&name](const Bell& bell) { return bell.name == name; });
+}
+
+std::vector<KnownPhone> Station::knownPhones() const {
+    std::vector<KnownPhone> phones;
+    for (const auto& [token, phone] : phones_) {
+        const Addressee* const addressee = addresseeOf(phone.addressee);
+        const bool registered =
+            std::any_of(sessions_.begin(), sessions_.end(),
+                        [&key = token](const auto& entry) { return entry.second.phone == key; });
+        phones.push_back(
+            {token, phone.name, addressee == nullptr ? "" : addressee->name, registered});
+    }
+    return phones;
+}
+
+std::string Station::livePicture(int width, int height) const {
+    const shared::Picture picture =
+        drawn(cameraView(), "live view", std::min(std::max(width, 1), kWidestPicture),
+              std::min(std::max(height, 1), kHighestPicture));
+    return shared::jpegOf(picture, "live view, " + shared::utcTime(time_));
 }
 
 // ----- From request to frames ----------------------------------------------------------------
@@ -185,9 +242,11 @@ std::vector<Frame> Station::takeFrames() {
         }
     }
     if (std::exchange(bellChanged_, false)) {
+        json::Variant event = list_of("bell", ringing_);
+        if (lastBell_ > 0) event << json::Variant(settings_.bells[lastBell_].name);
         for (const auto& [id, session] : sessions_) {
             if (!session.open || session.registration == 0) continue;
-            send(id, json::Response(list_of("bell", ringing_), session.registration));
+            send(id, json::Response(event, session.registration));
         }
     }
     return std::exchange(frames_, {});
@@ -219,14 +278,16 @@ std::size_t Station::viewersNow() const {
         }));
 }
 
-void Station::recordVisitor() {
+void Station::recordVisitor(std::size_t bell) {
     ringing_ = true;
+    lastBell_ = bell;
     pushBell();
     Message message;
-    message.mailBox = kMailBoxOfTheDoor;
+    message.mailBox = settings_.bells[bell].mailBox;
     message.sender = "unknown";
     message.tenthsOfSeconds = kTenthsOfAVisit;
     message.view = cameraView();
+    message.view.camera = settings_.bells[bell].name;
     mailBoxes_.record(message);
     endPlaybackOfLostMessages();
 }
@@ -316,7 +377,7 @@ Station::Reply Station::bellAck(Session&, const json::Request&) {
 }
 
 Station::Reply Station::pressBell(Session&, const json::Request&) {
-    recordVisitor();
+    if (!settings_.bells.empty()) recordVisitor(0);
     return json::Variant(true);
 }
 
@@ -475,6 +536,9 @@ Station::Reply Station::addDevice(Session& session, const json::Request& request
         // A text equals a string only, and an integer is read from anything: both are safe here.
         if (firstKind ? !(wanted == addressee.number) : wanted.integerValue() != addressee.id) {
             continue;
+        }
+        if (phones_.size() >= kMostPhones && phones_.count(token) == 0) {
+            return {TooManyPhones, "the station knows 1000 phones already"};
         }
         phones_[token] = Phone{addressee.id, params[2].charsValue()};
         session.phone = token;

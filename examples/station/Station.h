@@ -35,6 +35,20 @@ struct Addressee {
     std::string unit; ///< where he lives
 };
 
+/// A bell button, and where its visitors leave their messages.
+struct Bell {
+    std::string name;
+    std::int64_t mailBox; ///< 1 of the front door, 2 of the yard, 3; others keep nothing
+};
+
+/// A phone that was added to the station.
+struct KnownPhone {
+    std::string token; ///< by which it registers
+    std::string name;
+    std::string addressee;   ///< to whom it belongs, empty when he has left the address book
+    bool registered = false; ///< a client that is connected has registered it
+};
+
 /// What a station is born with.
 struct Settings {
     int versionMajor = 1; ///< 0 for the first kind; 1 and 2 for later ones
@@ -45,6 +59,7 @@ struct Settings {
     std::vector<Addressee> addressBook = {{1, "555-0101", "Anna Quill", "ground floor"},
                                           {2, "555-0102", "Bert Rowan", "first floor"},
                                           {3, "555-0103", "Workshop", "yard"}};
+    std::vector<Bell> bells = {{"front", 1}, {"yard", 2}}; ///< the first one is the front door's
 };
 
 /// The codes of the errors that a station answers.
@@ -61,6 +76,7 @@ enum ErrorCode : std::int64_t {
     UnknownAddressee = 22,  ///< a phone can't be added to nobody
     UnknownMessage = 23,    ///< neither the message nor the mail box is there
     Busy = 24,              ///< all live views are taken
+    TooManyPhones = 25,     ///< no further phone fits into its memory
 };
 
 /// A simulated door station: what it answers, what it pushes and what it remembers.
@@ -74,11 +90,12 @@ enum ErrorCode : std::int64_t {
 ///
 /// A subscription knows three things to hear of, each told at once and at every change:
 /// "door" ["door_open" or "door_closed"], "elight" [true or false], and "view" [right, up, zoom],
-/// which tells where the camera looks. A registered phone hears ["bell", true or false].
+/// which tells where the camera looks. A registered phone hears ["bell", true or false]; when it
+/// isn't the first bell, its name stands behind: ["bell", true, "yard"].
 ///
-/// Each press of the bell button leaves a message of ten seconds in mail box 1, with a picture of
-/// what the camera saw. A message that is deleted while somebody plays it ends there, too.
-/// Threads: one at a time.
+/// Each press of a bell button leaves a message of ten seconds in the mail box of the bell, with a
+/// picture of what the camera saw. A message that is deleted while somebody plays it ends there,
+/// too. Threads: one at a time.
 class Station {
 public:
     explicit Station(Settings settings = Settings());
@@ -100,16 +117,35 @@ public:
 
     /// The clock goes on, to seconds since 1970, UTC. Nothing is sent.
     void setTime(double seconds) { time_ = seconds; }
-    /// A visitor presses the bell button.
+    /// A visitor presses the bell button of this name, by default the first one.
+    /// Bad input: a bell that isn't there doesn't ring.
+    /// @{
     std::vector<Frame> ring();
+    std::vector<Frame> ring(const std::string& bell);
+    /// @}
+    /// The door is opened by hand. Nothing is sent when it is open.
+    std::vector<Frame> openDoor();
     /// The door falls shut. Nothing is sent when it is shut.
     std::vector<Frame> closeDoor();
+    /// The light is switched at the door. Nothing is sent when it was so before.
+    std::vector<Frame> switchLight(bool on);
+    /// The power goes and comes back: the door is shut, the light off, the camera looks straight
+    /// ahead, and no client is connected. Phones, messages and the address book are kept.
+    void reboot();
     /// An addressee moves out of the address book; phones that belong to him lose their place.
     void removeAddressee(std::int64_t id);
 
     bool doorIsOpen() const { return doorOpen_; }
     bool lightIsOn() const { return lightOn_; }
     bool bellIsRinging() const { return ringing_; }
+    bool hasBell(const std::string& name) const;
+    const Settings& settings() const { return settings_; }
+    const MailBoxes& mailBoxes() const { return mailBoxes_; }
+    /// Those that were added, sorted by token.
+    std::vector<KnownPhone> knownPhones() const;
+    /// What the camera sees now, as a JPEG file.
+    /// Bad input: sides are brought into 1 to 1920 and 1 to 1080 points.
+    std::string livePicture(int width, int height) const;
 
 private:
     struct Phone {
@@ -156,7 +192,7 @@ private:
     const Addressee* addresseeOf(std::int64_t id) const;
     json::Variant rowOf(const Addressee& addressee) const;
     std::size_t viewersNow() const;
-    void recordVisitor();
+    void recordVisitor(std::size_t bell);
     void endPlaybackOfLostMessages();
     CameraView cameraView() const;
     static Reply pictureReply(const CameraView& view, const std::string& title,
@@ -198,6 +234,7 @@ private:
     bool doorOpen_ = false;
     bool lightOn_ = false;
     bool ringing_ = false;
+    std::size_t lastBell_ = 0; // which one rang last
     View view_;
     std::string displayMode_ = "standard";
     std::vector<Frame> frames_;        // what the call under way gives back
