@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Writes OUTPUT, a source that holds the files of the panel in the directory INPUT, as they stand.
 set(text "// SPDX-License-Identifier: MIT\n// Generated from examples/station/panel.\n")
 string(APPEND text "#include \"station/Panel.h\"\n\nnamespace station {\n\nnamespace {\n\n")

@@ -34,7 +34,7 @@ const char* name_of(Traffic::Kind kind) {
 
 json::Variant row_of(const Traffic& entry) {
     json::Variant row;
-    row["at"] = static_cast<double>(entry.at.count()) / 1000;
+    row["at_ms"] = static_cast<std::int64_t>(entry.at.count());
     row["session"] = static_cast<std::int64_t>(entry.session);
     row["kind"] = name_of(entry.kind);
     const std::size_t end = std::min(entry.bytes.find('\0'), entry.bytes.size());

@@ -309,13 +309,9 @@ private:
             if (client != clients_.end()) client->second.peer->send(std::move(frame->bytes));
         }
         for (auto& [session, client] : clients_) {
-            if (simulation_.isOpen(session)) continue;
-            if (session == speaker) {
-                client.peer->close(Connection::End::Normal);
-            } else {
-                client.lost = !client.peer->isClosing();
-                client.peer->close(Connection::End::GoingAway);
-            }
+            if (simulation_.isOpen(session) || client.peer->isClosing()) continue;
+            client.lost = session != speaker;
+            client.peer->close(client.lost ? Connection::End::GoingAway : Connection::End::Normal);
         }
         tellPanels();
         const std::optional<Simulation::Milliseconds> next = simulation_.nextDue();

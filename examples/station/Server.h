@@ -12,6 +12,7 @@ namespace station {
 /// panel, all on one port.
 ///
 /// The first byte tells them apart: 0 begins the length of a text, anything else a request of HTTP.
+/// A client on a plain connection hears nothing until it has said something.
 /// Over WebSocket texts come in and binary messages go out; on a plain connection each text and
 /// each header update follows its length in four bytes, the highest first. A client that sends a
 /// binary message, a text above 64 KiB, or that doesn't take what it is sent until 4 MiB wait for

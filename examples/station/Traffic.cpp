@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <istream>
 #include <optional>
@@ -20,7 +19,7 @@ constexpr std::array<const char*, 5> kKinds = {"connected", "received", "sent", 
                                                "disconnected"};
 constexpr std::string_view kDigits =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr double kLongestTime = 1e9; // seconds
+constexpr std::int64_t kLongestTime = 1000000000000; // milliseconds
 
 std::string base64_of(std::string_view bytes) {
     std::string text;
@@ -109,9 +108,11 @@ std::string bytes_under(const json::Variant& line, const char* key) {
 Traffic entry_of(const json::Variant& line) {
     if (!line.isObject()) throw std::runtime_error("isn't a JSON object");
     Traffic entry;
-    const double at = line["at"].realValue();
-    if (!(at >= 0 && at <= kLongestTime)) throw std::runtime_error("\"at\" is no time");
-    entry.at = std::chrono::milliseconds(std::llround(at * 1000));
+    if (!line["at_ms"].isInteger() || line["at_ms"].integerValue() < 0 ||
+        line["at_ms"].integerValue() > kLongestTime) {
+        throw std::runtime_error("\"at_ms\" is no time");
+    }
+    entry.at = std::chrono::milliseconds(line["at_ms"].integerValue());
     if (!line["session"].isInteger() || line["session"].integerValue() < 1) {
         throw std::runtime_error("\"session\" isn't a number from 1 on");
     }
@@ -140,7 +141,7 @@ Traffic entry_of(const json::Variant& line) {
 
 std::string lineOf(const Traffic& entry) {
     json::Variant line;
-    line["at"] = static_cast<double>(entry.at.count()) / 1000;
+    line["at_ms"] = static_cast<std::int64_t>(entry.at.count());
     line["session"] = static_cast<std::int64_t>(entry.session);
     line["kind"] = kKinds[entry.kind];
     const std::string_view bytes = entry.bytes;

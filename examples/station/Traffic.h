@@ -29,9 +29,11 @@ struct Traffic {
 /// What happened, in order of time.
 using Recording = std::vector<Traffic>;
 
-/// The entry as a line of a recording, a JSON object without the line's end: "at" in seconds,
-/// XX "text", which stops at a zero byte, "end" false when there is none, and "binary" in base64
-/// for what stands behind it. A text that isn't UTF-8 stands in base64, as "text_base64".
+/// The entry as a line of a recording, a JSON object without the line's end: "at_ms", "session",
+/// "kind" ("connected", "received", "sent", "closed" or "disconnected"), and the bytes of what was
+/// received or sent: "text", up to a zero byte when it was sent; "end" false when that has none;
+/// and "binary" in base64, what stands behind it. A text that isn't UTF-8, or that holds a zero
+/// byte, stands in base64 as "text_base64".
 std::string lineOf(const Traffic& entry);
 
 /// Reads lines as `lineOf` writes them; empty ones and members of other names are skipped.

@@ -15,7 +15,7 @@ namespace station {
 
 namespace {
 
-constexpr std::size_t kMostDeliveries = 100000; // without the time going on
+constexpr std::size_t kMostDeliveries = 10000; // without the time going on
 
 /// True as long as it lives.
 class During {

@@ -70,7 +70,7 @@ public:
     bool deliver();
     /// Delivers until nothing is due, and gives how many things it were. Time stands still.
     /// Bad input: an application that answers each frame with a request never comes to an end;
-    /// after 100,000 deliveries that throws `std::runtime_error`.
+    /// after 10,000 deliveries that throws `std::runtime_error`.
     std::size_t run();
     /// Lets time pass, and delivers whatever becomes due in the order of time.
     /// Bad input: time doesn't go back.

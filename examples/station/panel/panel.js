@@ -63,7 +63,7 @@ function showTraffic(entries) {
     const log = byId("log");
     for (const entry of entries) {
         const binary = entry.binary > 0 ? " + " + entry.binary + " bytes" : "";
-        log.prepend(row([entry.at.toFixed(3), entry.session, entry.kind, entry.text + binary],
+        log.prepend(row([(entry.at_ms / 1000).toFixed(3), entry.session, entry.kind, entry.text + binary],
             entry.kind));
     }
     while (log.rows.length > LOG_LENGTH) log.deleteRow(-1);
