@@ -45,27 +45,28 @@ def member(type_, name):
 
 def check_printers(path):
     spec = importlib.util.spec_from_file_location("printers", path)
-    printers = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(printers)
+    module = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(module)
+    facts = module.GatecastFacts
 
-    for name, members in printers.LAYOUT.items():
+    for name, members in facts.LAYOUT.items():
         for key, place in members.items():
             found = member(gdb.lookup_type(name), key)
             check(found is not None, "%s has no member %s" % (name, key))
             if found is not None:
                 check(found[1] == place, "%s::%s lies at %d, not at %d" % (
                     name, key, found[1], place))
-    check(gdb.lookup_type("json::Variant").sizeof == printers.VARIANT_SIZE, "VARIANT_SIZE")
+    check(gdb.lookup_type("json::Variant").sizeof == facts.VARIANT_SIZE, "VARIANT_SIZE")
     known = 0
     for field in gdb.lookup_type("json::Variant").fields():
         if re.fullmatch("k[A-Z].*", field.name or ""):
             bits = int(gdb.parse_and_eval("(int)json::Variant::" + field.name))
             known |= bits
-            expected = printers.FLAGS.get(field.name, bits)
+            expected = facts.FLAGS.get(field.name, bits)
             check(bits == expected, "%s is %#x, not %#x" % (field.name, bits, expected))
-    check(known == printers.KNOWN_FLAGS, "the known flags are %#06x" % known)
-    for enumeration, names in [("json::Type", printers.TYPES),
-                               ("json::Schema::ValidationCode", printers.CODES)]:
+    check(known == facts.KNOWN_FLAGS, "the known flags are %#06x" % known)
+    for enumeration, names in [("json::Type", facts.TYPES),
+                               ("json::Schema::ValidationCode", facts.CODES)]:
         expected = [(name, number) for number, name in enumerate(names)]
         found = [(field.name.rpartition("::")[2], field.enumval)
                  for field in gdb.lookup_type(enumeration).fields()]
