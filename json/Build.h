@@ -36,23 +36,12 @@ private:
 /// Threads: one at a time, like the value.
 class Member {
 public:
-<<<<<<< HEAD
     /// Keeps a copy of the key.
-    /// @{
-    template <typename K, std::enable_if_t<std::is_convertible_v<const K&, std::string_view> &&
-                                               !std::is_null_pointer_v<K>,
-                                           int> = 0>
-    Member(const K& key, Element element) : key_(text_of(key)), element_(std::move(element)) {}
-    Member(const qx::IntrusiveString& key, Element element)
-        : key_(key), element_(std::move(element)) {}
-    /// @}
-=======
     template <typename K, std::enable_if_t<(std::is_convertible_v<const K&, std::string_view> &&
                                             !std::is_null_pointer_v<K>) ||
                                                std::is_same_v<K, qx::IntrusiveString>,
                                            int> = 0>
     Member(const K& key, Element element) : key_(text_of(key)), element_(std::move(element)) {}
->>>>>>> 21a94b5 (json: format values by fmt and std::format)
 
     /// Lives as long as the member.
     /// @{
