@@ -38,6 +38,7 @@ public:
     virtual ~Wire() = default;
     std::function<void()> ready;
     std::function<void(const std::string&)> arrived;
+    std::function<void()> gone = [] {}; // the client has left
     virtual void start() = 0;
     virtual void send(const std::string& bytes) = 0;
     /// As they are, without framing.
@@ -69,7 +70,7 @@ public:
 private:
     void read() {
         socket_.async_read_some(asio::buffer(piece_), [this](error_code error, std::size_t size) {
-            if (error) return;
+            if (error) return gone();
             typed_.append(piece_.data(), size);
             while (typed_.size() >= 4) {
                 std::size_t length = 0;
@@ -112,7 +113,7 @@ public:
 private:
     void read() {
         stream_.async_read(buffer_, [this](error_code error, std::size_t) {
-            if (error) return;
+            if (error) return gone();
             const std::string text = boost::beast::buffers_to_string(buffer_.data());
             buffer_.clear();
             arrived(text);
@@ -168,6 +169,7 @@ public:
     std::map<station::SessionId, std::unique_ptr<Wire>> wires;
     std::vector<std::string> requests;
     int connections = 0;
+    int left = 0;
     bool answers = true;
 
 private:
@@ -189,6 +191,10 @@ private:
         it->arrived = [this, session](const std::string& text) {
             requests.push_back(text);
             if (answers) deliver(station->receive(session, text));
+        };
+        it->gone = [this, it] {
+            it->close();
+            ++left;
         };
         wires[session] = std::move(*found);
         pending_.erase(found);
@@ -411,7 +417,7 @@ TYPED_TEST(Transport, EndsWhenAllIsSent) {
     this->phone.triggerDoor();
     this->transport.stop();
     EXPECT_TRUE(this->until([this] { return this->server.station->doorIsOpen(); }));
-    this->server.reboot();
+    EXPECT_TRUE(this->until([this] { return this->server.left == 1; }));
     EXPECT_TRUE(this->reasons.empty());
     EXPECT_EQ(1, this->connected);
 }

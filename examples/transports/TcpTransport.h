@@ -14,19 +14,18 @@
 #include <utility>
 
 namespace transports {
-
+namespace asio = boost::asio;
 /// Keeps a connection to a door station, and makes a new one when it is lost.
-///
-/// Each message, a request out or a header update in, follows its length: four bytes, highest
-/// first. \code asio::io_context io; TcpTransport station(io, "192.0.2.7", "8100");
-/// station.connected = [&] { phone.open(); phone.setupSubscriptions("phone-17"); };
+/// Each message, out or in, follows its length in bytes: four bytes, the highest first.
+/// \code
+/// boost::asio::io_context io;
+/// transports::TcpTransport station(io, "192.0.2.7", "8100");
+/// station.connected = [&] { phone.open(), phone.setupSubscriptions("phone-17"); };
 /// station.received = [&](const std::string& update) { phone.arrived(update); };
-/// station.start();
-/// io.run(); // and phone.sendJsonText calls station.send
+/// station.start(), io.run(); // and phone.sendJsonText calls station.send
 /// \endcode
 /// Nothing here waits, and nothing is told from inside `send`: the three functions are called from
 /// `io.run()`. Subscribe again in each `connected`: a station that has rebooted knows nobody.
-///
 /// Threads: one at a time, the one that runs the context. Don't run it any more when this is gone.
 class TcpTransport {
 public:
@@ -35,25 +34,21 @@ public:
     /// Also told of each attempt that fails. The next one follows by itself, later and later.
     std::function<void(const std::string& why)> lost;
 
-    TcpTransport(boost::asio::io_context& io, std::string host, std::string port)
+    TcpTransport(asio::io_context& io, std::string host, std::string port)
         : io_(io), timer_(io), host_(std::move(host)), port_(std::move(port)) {}
 
     /// Connects, and connects again whenever that has come to an end.
     void start() {
         stopped_ = false;
         link_ = std::make_shared<Link>(io_);
-        timer_.expires_after(kPatience);
-        timer_.async_wait([this, link = link_](Error e) {
-            if (!e && !link->up) lose(link, boost::asio::error::timed_out);
-        });
+        watch(link_);
         link_->resolver.async_resolve(host_, port_, [this, link = link_](Error e, auto found) {
             if (e || link != link_) return lose(link, e);
-            boost::asio::async_connect(link->socket, found, [this, link](Error failed, auto) {
+            asio::async_connect(link->socket, found, [this, link](Error failed, auto) {
                 if (failed || link != link_) return lose(link, failed);
                 timer_.cancel();
-                Error ignored; // a connection may do without
-                link->socket.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
-                link->socket.set_option(boost::asio::socket_base::keep_alive(true), ignored);
+                link->socket.set_option(asio::ip::tcp::no_delay(true), ignored_);
+                link->socket.set_option(asio::socket_base::keep_alive(true), ignored_);
                 link->up = true;
                 pause_ = kFirstPause;
                 readLength(link);
@@ -65,25 +60,26 @@ public:
     /// and without a connection: a door that opens a minute late surprises.
     void send(const std::string& text) {
         if (!link_ || !link_->up || link_->queue.size() == kLongestQueue) return;
-        link_->queue.emplace_back();
-        for (int bits : {24, 16, 8, 0})
-            link_->queue.back() += char(text.size() >> bits & 0xFF);
-        link_->queue.back() += text;
+        const std::size_t n = text.size();
+        const std::string length{char(n >> 24), char(n >> 16), char(n >> 8), char(n)};
+        link_->queue.push_back(length + text);
         if (link_->queue.size() == 1) write(link_);
     }
     /// Closes when all is sent, and stays away. The context then runs out of work.
     void stop() {
         stopped_ = true;
-        timer_.cancel();
-        if (link_ && (!link_->up || link_->queue.empty())) lose(link_, {});
+        if (!link_) return void(timer_.cancel());
+        if (!link_->up) return lose(link_, {});
+        watch(link_);
+        if (link_->queue.empty()) close(link_);
     }
 
 private:
     using Error = boost::system::error_code;
     struct Link {
-        explicit Link(boost::asio::io_context& io) : resolver(io), socket(io) {}
-        boost::asio::ip::tcp::resolver resolver;
-        boost::asio::ip::tcp::socket socket;
+        explicit Link(asio::io_context& io) : resolver(io), socket(io) {}
+        asio::ip::tcp::resolver resolver;
+        asio::ip::tcp::socket socket;
         std::string update;            // or its length
         std::deque<std::string> queue; // the first one is being written
         bool up = false;
@@ -93,13 +89,17 @@ private:
     static constexpr std::chrono::seconds kPatience{10};
     static constexpr std::size_t kLongestUpdate = 16 * 1024 * 1024, kLongestQueue = 1000;
 
+    void watch(const Shared& link) {
+        timer_.expires_after(kPatience);
+        const Error late = asio::error::timed_out;
+        timer_.async_wait([this, link, late](Error e) { return e ? void() : lose(link, late); });
+    }
     void readLength(const Shared& link) {
         link->update.resize(4);
         read(link, [this, link] {
-            std::size_t length = 0;
-            for (const char byte : link->update)
-                length = length << 8 | (byte & 0xFFU);
-            if (length > kLongestUpdate) return lose(link, boost::asio::error::message_size);
+            const auto byte = [link](int i) { return std::size_t(link->update[i] & 0xFF); };
+            const std::size_t length = byte(0) << 24 | byte(1) << 16 | byte(2) << 8 | byte(3);
+            if (length > kLongestUpdate) return lose(link, asio::error::message_size);
             link->update.resize(length);
             read(link, [this, link] {
                 received(link->update);
@@ -108,40 +108,42 @@ private:
         });
     }
     void read(const Shared& link, std::function<void()> done) {
-        const auto place = boost::asio::buffer(link->update);
-        boost::asio::async_read(link->socket, place, [this, link, done](Error e, std::size_t) {
+        const auto place = asio::buffer(link->update);
+        asio::async_read(link->socket, place, [this, link, done](Error e, std::size_t) {
             return e || link != link_ ? lose(link, e) : done();
         });
     }
     void write(const Shared& link) {
-        const auto message = boost::asio::buffer(link->queue.front());
-        boost::asio::async_write(link->socket, message, [this, link](Error e, std::size_t) {
+        const auto message = asio::buffer(link->queue.front());
+        asio::async_write(link->socket, message, [this, link](Error e, std::size_t) {
             if (e || link != link_) return lose(link, e);
             link->queue.pop_front();
             if (!link->queue.empty()) return write(link);
-            if (stopped_) lose(link, {});
+            if (stopped_) close(link);
         });
+    }
+    void close(const Shared& link) { // closing it whole could take back what is under way
+        link->socket.shutdown(asio::socket_base::shutdown_send, ignored_);
     }
     /// Ends a connection, unless that is done already, and begins the next one after a pause.
     void lose(Shared link, Error why) {
         if (link != link_) return;
         link_.reset();
         link->resolver.cancel();
-        Error ignored;
-        link->socket.close(ignored);
-        if (stopped_) return;
+        link->socket.close(ignored_);
+        if (stopped_) return void(timer_.cancel());
         timer_.expires_after(pause_);
         pause_ = std::min(2 * pause_, kLongestPause);
         timer_.async_wait([this](Error e) { return e || stopped_ ? void() : start(); });
-        lost(why == boost::asio::error::eof ? "the station has closed it" : why.message());
+        lost(why == asio::error::eof ? "the station has closed it" : why.message());
     }
-
-    boost::asio::io_context& io_;
-    boost::asio::steady_timer timer_;
+    asio::io_context& io_;
+    asio::steady_timer timer_;
     const std::string host_, port_;
     Shared link_; // null between two attempts
     std::chrono::milliseconds pause_ = kFirstPause;
     bool stopped_ = true;
+    Error ignored_; // of what a connection may do without
 };
 
 } // namespace transports
