@@ -46,8 +46,8 @@ constexpr const char* kPanelSocket = "/panel/socket";
 constexpr const char* kPanelPicture = "/panel/picture.jpg";
 // The panel loads nothing from elsewhere, and no page may frame it.
 constexpr const char* kContentPolicy =
-    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
-    "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data:; "
+    "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
 using Request = WebSocketConnection::Request;
 using Response = http::response<http::string_body>;
