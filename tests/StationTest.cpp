@@ -475,3 +475,56 @@ TEST(Station, FallsSilentOnAllPhonesWhenOneAnswers) {
               one.send(R"({"method": "bell_ack", "params": [true]})"));
     EXPECT_FALSE(one.station.bellIsRinging());
 }
+
+TEST(Station, NamesABellThatIsNotItsFirst) {
+    OneClient one;
+    one.send(kAddPhone);
+    EXPECT_EQ(Lines({R"(1/103 ["bell",true,"yard"])"}), lines_of(one.station.ring("yard")));
+    EXPECT_EQ(Lines({R"(1/103 ["bell",false,"yard"])"}),
+              one.send(R"({"method": "bell_ack", "params": [true]})"));
+    EXPECT_EQ(Lines({R"(1/103 ["bell",true])"}), lines_of(one.station.ring("front")));
+    EXPECT_EQ(Lines(), lines_of(one.station.ring("cellar")));
+}
+
+TEST(Station, HasNoBellWhenItIsBornWithoutOne) {
+    Settings settings;
+    settings.bells.clear();
+    OneClient one(settings);
+    EXPECT_EQ(Lines(), lines_of(one.station.ring()));
+    EXPECT_EQ(Lines({"1/5 true"}), one.send(R"({"method": "ring", "params": [], "id": 5})"));
+    EXPECT_FALSE(one.station.bellIsRinging());
+}
+
+// ----- At the door ---------------------------------------------------------------------------
+
+TEST(Station, TellsOfDoorAndLightOnlyWhenTheyChange) {
+    OneClient one;
+    one.send(R"({"method": "subscription", "params": ["door", true], "id": 101})");
+    one.send(R"({"method": "subscription", "params": ["elight", true], "id": 102})");
+    EXPECT_EQ(Lines({R"(1/101 ["door_open"])"}), lines_of(one.station.openDoor()));
+    EXPECT_EQ(Lines(), lines_of(one.station.openDoor()));
+    EXPECT_EQ(Lines({R"(1/102 [true])"}), lines_of(one.station.switchLight(true)));
+    EXPECT_EQ(Lines(), lines_of(one.station.switchLight(true)));
+}
+
+TEST(Station, RemembersAThousandPhonesAndNoMore) {
+    OneClient one;
+    const auto add = [&one](int number) {
+        return one.send(R"({"method": "add_device", "params": ["phone )" + std::to_string(number) +
+                        R"(", [1], "Hall"], "id": 5})");
+    };
+    for (int number = 1; number <= 1000; ++number) {
+        add(number);
+    }
+    EXPECT_EQ(1000u, one.station.knownPhones().size());
+    EXPECT_EQ(Lines({"1/5 error 25 the station knows 1000 phones already"}), add(1001));
+    EXPECT_EQ(Lines({R"(1/5 [["1","Anna Quill","ground floor"]])"}), add(7)) << "it is known";
+}
+
+TEST(Station, DrawsItsPictureInAnySize) {
+    const station::Station door;
+    for (const auto& [width, height] :
+         std::vector<std::pair<int, int>>{{32, 24}, {0, -5}, {100000, 1}}) {
+        EXPECT_EQ("\xFF\xD8\xFF", door.livePicture(width, height).substr(0, 3));
+    }
+}
