@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -416,4 +418,63 @@ TEST(Simulation, SaysNothingOfItsOwnInAReplay) {
     simulation.ring("front");
     EXPECT_EQ(Lines(), taken(simulation));
     EXPECT_TRUE(simulation.isOpen(one));
+}
+
+// ----- Clients that mean no good -------------------------------------------------------------
+
+// Random bytes, commands and departures on a line with every fault, from a seed.
+TEST(Simulation, SurvivesAnyClientsOnAnyLine) {
+    const std::vector<std::string> texts = {
+        kHearDoor,
+        kHearLight,
+        kOpenDoor,
+        kVersion,
+        "",
+        "[[[[",
+        R"({"method":"quit","id":1})",
+        R"({"method":"add_device","params":["hall",[2],"Hall"],"id":103})",
+        R"({"method":"preview_live","params":[8,8],"id":-9223372036854775808})",
+        R"({"method":"play","params":["1e9@101E0"],"id":5})",
+        R"({"method":"mailboxdata","params":[1],"id":9223372036854775807})"};
+    const std::vector<const char*> commands = {"ring",       "ring yard", "open",
+                                               "light",      "reboot",    "disconnect",
+                                               "move-out 2", "tell x",    "fault drop"};
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE(seed);
+        SimulationSettings settings;
+        settings.faults.seed = seed;
+        settings.faults.rates.fill(0.1);
+        settings.faults.latency = Milliseconds(seed % 3 * 10);
+        settings.faults.oversizeBytes = 1000;
+        settings.faults.depth = 1000;
+        settings.boot = Milliseconds(5);
+        Simulation simulation(settings);
+        std::minstd_rand random(seed);
+        std::array<SessionId, 4> clients{};
+        std::size_t heard = 0;
+        for (int step = 0; step < 1000; ++step) {
+            const unsigned long choice = random() % 16;
+            const SessionId client = clients[random() % clients.size()];
+            if (choice < 2) {
+                clients[random() % clients.size()] = simulation.connect(); // 0 while it boots
+            } else if (choice == 2 && random() % 8 == 0) {
+                simulation.disconnect(client);
+            } else if (choice == 3) {
+                EXPECT_EQ("", simulation.command(commands[random() % commands.size()]));
+            } else if (choice < 8) {
+                simulation.advanceTo(simulation.now() + Milliseconds(random() % 50));
+            } else {
+                std::string text = texts[random() % texts.size()];
+                if (choice == 8) text.resize(random() % (text.size() + 1));
+                if (choice == 9 && !text.empty()) {
+                    text[random() % text.size()] = static_cast<char>(random() % 256);
+                }
+                simulation.receive(client, text);
+            }
+            while (simulation.takeFrame()) {
+                ++heard;
+            }
+        }
+        EXPECT_GT(heard, 100u);
+    }
 }

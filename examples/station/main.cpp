@@ -2,6 +2,7 @@
 // A door station for those who have none at hand: listens on 127.0.0.1 until it is told to end.
 
 #include "station/Server.h"
+#include "core/Version.h"
 
 #include <CLI/CLI.hpp>
 
@@ -17,6 +18,7 @@
 #include <stdexcept>
 #include <string>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -163,7 +165,7 @@ void serve(Options& options) {
     // Commands are lines of the standard input. In the background of a terminal it can't be read,
     // which must not stop the station.
     std::signal(SIGTTIN, SIG_IGN);
-    options.server.commands = STDIN_FILENO;
+    if (::fcntl(STDIN_FILENO, F_GETFD) != -1) options.server.commands = STDIN_FILENO;
     options.server.complaints = &std::cerr;
 
     station::Simulation simulation(options.simulation);
@@ -184,6 +186,7 @@ int main(int argc, char** argv) {
                  "its clients over WebSocket, or over plain TCP with each message behind its "
                  "length, until SIGINT or SIGTERM. A browser finds its panel at the same address.",
                  "gatecast-station");
+    app.set_version_flag("--version", std::string("gatecast-station ") + qx::versionString());
     addOptions(app, options);
     CLI11_PARSE(app, argc, argv);
 
