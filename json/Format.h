@@ -19,13 +19,14 @@
 
 /// Values, lists and objects as arguments of `std::format`, where the standard library has it, and
 /// of `fmt::format`, where <fmt/format.h> is found: `{}` writes compact JSON, `{:#}` JSON indented
-/// by tabs with sorted keys. \code fmt::print("{} is {:#}\n", name, json::object({{"open",
-/// true}})); \endcode A text stands in quotes, as in JSON: format `std::string(value)` for the bare
-/// text. Bad input: every other specification is refused, when the program is compiled if the
-/// library checks that early, else by a `format_error`. Threads: like `Variant::print`.
+/// by tabs with sorted keys, as in `fmt::print("{:#}\n", value)`.
+/// A text stands in quotes, as in JSON: format `std::string(value)` for the bare text.
+/// Bad input: every other form is refused, when the program is compiled if the library checks that
+/// early, else by a `format_error`.
+/// Threads: as for `Variant::print`.
 namespace json::detail {
 
-/// The specification of both libraries, which differ in the type of the fault only.
+/// What both libraries ask for; they differ in the type of the fault only.
 template <typename Fault>
 struct Formatter {
     template <typename Context>

@@ -89,8 +89,10 @@ public:
     /// that may not stand there or is beyond a limit, at the byte that doesn't go on with its
     /// token, or behind the last byte of a text that ended too early. It stays the same for all
     /// further pieces, however the text was cut into them. The error text of some faults marks the
-    /// end of the token instead. \code if (!parser.parse(text))
-    /// editor.jumpTo(parser.errorPlace().line); \endcode
+    /// end of the token instead.
+    /// \code
+    /// if (!parser.parse(text)) editor.jumpTo(parser.errorPlace().line);
+    /// \endcode
     const TextPlace& errorPlace() const noexcept { return errorPlace_; }
 
     /// Sets limits for texts of a peer that isn't trusted; a new parser has none. A text beyond one

@@ -14,6 +14,7 @@
 #include "json/Variant.h"
 #include "json/VariantIterator.h"
 
+#include <cstddef>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -54,7 +55,21 @@ void text() {
     printer.print(value);
     const qx::IntrusiveString text = printer.string();
     EXPECT(text == qx::IntrusiveString("{\"door\":true}"));
+}
 
+void error_places() {
+    struct {
+        std::size_t line = 0;
+        void jumpTo(std::size_t where) { line = where; }
+    } editor;
+    const char* const text = "{\n tru}";
+    json::JsonParser parser;
+    if (!parser.parse(text)) editor.jumpTo(parser.errorPlace().line);
+    EXPECT(editor.line == 2);
+}
+
+void iterators() {
+    const json::Variant value = json::object({{"door", true}});
     for (json::VariantIterator it(value); !it.atEnd(); ++it) {
         std::cout << it.key() << ' ' << *it << '\n';
     }
@@ -144,6 +159,8 @@ int main() {
     values();
     builders();
     text();
+    error_places();
+    iterators();
     schemas();
     conversations();
     servers();
