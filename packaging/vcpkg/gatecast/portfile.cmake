@@ -1,0 +1,13 @@
+# SPDX-License-Identifier: MIT
+# The source tree that this file lies in.
+get_filename_component(SOURCE_PATH ${CMAKE_CURRENT_LIST_DIR}/../../.. ABSOLUTE)
+vcpkg_cmake_configure(SOURCE_PATH ${SOURCE_PATH}
+    OPTIONS
+        -DGATECAST_BUILD_TESTS=OFF
+        -DGATECAST_BUILD_EXAMPLES=OFF
+        -DGATECAST_INSTALL=ON)
+vcpkg_cmake_install()
+vcpkg_cmake_config_fixup(CONFIG_PATH lib/cmake/gatecast)
+vcpkg_fixup_pkgconfig()
+file(REMOVE_RECURSE ${CURRENT_PACKAGES_DIR}/debug/include ${CURRENT_PACKAGES_DIR}/debug/share)
+vcpkg_install_copyright(FILE_LIST ${SOURCE_PATH}/LICENSE)
