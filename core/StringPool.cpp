@@ -51,7 +51,7 @@ public:
         // Held by StringHash.IsTheSameForEveryFormOfAText.
         if (byte >= 0x80 && byte < 0xC0) return '?';
         if (byte != 0) ++next_;
-        if (byte < 0x80) return byte;
+        if (byte < 0xC0) return byte;
         const Lead lead = lead_of(byte);
         std::uint32_t value = lead.bits;
         for (int i = 0; i < lead.further; ++i) {

@@ -6,6 +6,7 @@
 #include "json/JsonParser.h"
 
 #include <gtest/gtest.h>
+#include <locale.h>
 
 #include <cstddef>
 #include <functional>
@@ -290,6 +291,24 @@ TEST(JsonPrinter, LeavesPrintFunctionsInTheLocaleOfTheApplication) {
     EXPECT_EQ("[1.5,2]", calls.joined());
     EXPECT_EQ(std::string(calls.texts.size(), ','), seen);
     EXPECT_TRUE(CommaLocale::active());
+}
+
+TEST(JsonPrinter, LeavesPrintFunctionsInALocaleThatWasSetSinceTheLastReal) {
+    const CommaLocale comma;
+    const locale_t own = ::newlocale(LC_ALL_MASK, "C", nullptr);
+    ASSERT_NE(locale_t(), own);
+    Calls calls;
+    std::string seen;
+    calls.meanwhile = [&](const std::string&) { seen += CommaLocale::active() ? ',' : '.'; };
+    JsonPrinter printer(&Calls::print, &calls, true);
+    printer.setIndent("");
+    printer.print(Variant(1.5));
+    EXPECT_EQ(",", seen);
+    ::uselocale(own);
+    printer.print(Variant("a"));
+    ::uselocale(LC_GLOBAL_LOCALE);
+    ::freelocale(own);
+    EXPECT_EQ(",.", seen);
 }
 
 // --- The four forms

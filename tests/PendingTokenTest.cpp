@@ -387,6 +387,8 @@ TEST(ParserLimits, PlacesThatADeepTextNeededAreCounted) {
     EXPECT_EQ(120u, parser.slotCount()); // they are made in rows
     parser.reset();
     EXPECT_EQ(120u, parser.slotCount());
+    parser.parse(std::string(120, '[').c_str());
+    EXPECT_EQ(120u, parser.slotCount()); // each row is filled
 }
 
 TEST(ParserLimits, GoWithACopy) {

@@ -626,6 +626,16 @@ TEST(VariantSharing, KnowsItsObjectAndItsKeyThere) {
     EXPECT_EQ(nullptr, element.parent());
 }
 
+TEST(VariantSharing, GivesNoPointerToAContainerThatNothingCounts) {
+    json::Object object;
+    object.setValue("a", Variant(5));
+    EXPECT_EQ(nullptr, object["a"].objectParent().get());
+    json::List list;
+    static_cast<void>(list.resize(1, Variant()));
+    EXPECT_EQ(nullptr, list[0].listParent().get());
+    EXPECT_EQ(5, object["a"].integerValue());
+}
+
 TEST(VariantSharing, GivesItsListAsACountedPointer) {
     const ListPtr list(new json::List);
     *list << Variant(5);
