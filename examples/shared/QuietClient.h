@@ -27,10 +27,15 @@ public:
     }
 
 protected:
+    /// What the operations are told.
     using Text = qx::IntrusiveString;
+    /// An address book: a label by the text that `addDevice` takes.
     using Book = std::map<std::string, std::string>;
+    /// The bytes of a picture.
     using Image = boost::shared_ptr<std::string>;
 
+    /// Takes no notice.
+    /// @{
     void deviceRegistered(const Text&, const Text&, const Text&) override {}
     void addresseesListed(Book) override {}
     void singleAddressee(const Text&, const Text&, const Text&) override {}
@@ -41,6 +46,7 @@ protected:
     void contactRegistered(const Text&, const Text&) override {}
     void contactNumbersListed(Book) override {}
     void singleContactNumber(const Text&, const Text&) override {}
+    /// @}
 };
 
 } // namespace shared

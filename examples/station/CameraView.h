@@ -12,13 +12,13 @@ namespace station {
 
 /// What the camera saw at one time.
 struct CameraView {
-    std::string camera;
-    double time = 0; ///< seconds since 1970, UTC
-    bool doorOpen = false;
-    bool lightOn = false;
-    std::int64_t right = 0; ///< steps by which the camera has turned
-    std::int64_t up = 0;
-    std::int64_t zoom = 1;
+    std::string camera;       ///< its name
+    double time = 0;          ///< seconds since 1970, UTC
+    bool doorOpen = false;    ///< whether the door stood open
+    bool lightOn = false;     ///< whether the lamp shone
+    std::int64_t right = 0;   ///< steps by which the camera has turned
+    std::int64_t up = 0;      ///< the same, upwards
+    std::int64_t zoom = 1;    ///< how near it was drawn; 1 is the whole view
     std::int64_t visitor = 0; ///< a number that chooses his coat; 0 when nobody is there
 };
 

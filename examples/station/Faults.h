@@ -35,7 +35,7 @@ std::optional<Fault> faultNamed(std::string_view name);
 
 /// How bad a line is.
 struct FaultSettings {
-    std::uint64_t seed = 1;
+    std::uint64_t seed = 1; ///< the same number brings the same faults
     /// How often, of one frame: 0 never, 1 always; by the order of `Fault`.
     std::array<double, kFaults> rates{};
     std::chrono::milliseconds latency{0};         ///< by which every frame comes late
@@ -43,8 +43,11 @@ struct FaultSettings {
     std::size_t oversizeBytes = 1024 * 1024;      ///< of a frame with too many bytes
     std::size_t depth = 100000;                   ///< of a frame with too many lists
 
+    /// The rate of one fault.
+    /// @{
     double& rate(Fault fault) { return rates[static_cast<std::size_t>(fault)]; }
     double rate(Fault fault) const { return rates[static_cast<std::size_t>(fault)]; }
+    /// @}
 };
 
 /// A bad line between a station and its clients: takes frames and gives what is left of them.
@@ -55,11 +58,12 @@ class Faults {
 public:
     /// What becomes of a frame, in order of sending.
     struct Outcome {
-        std::string bytes;
+        std::string bytes;                  ///< what arrives
         std::chrono::milliseconds delay{0}; ///< beside the latency; what follows waits for it
         bool overtaken = false;             ///< the next frame of the session goes first
     };
 
+    /// A line as bad as the settings say.
     explicit Faults(FaultSettings settings = FaultSettings()) : settings_(settings) {}
 
     /// What arrives in the place of the frame: nothing, it, or more.
@@ -70,6 +74,7 @@ public:
     /// Forgets the session, whose number isn't given again.
     void forget(SessionId session) { draws_.erase(session); }
 
+    /// As they were given.
     const FaultSettings& settings() const { return settings_; }
 
 private:

@@ -14,12 +14,12 @@ namespace station {
 
 /// A message that a visitor has left.
 struct Message {
-    std::int64_t sequence = 0; ///< its number; no two messages of a station have the same
-    std::int64_t mailBox = 0;
-    std::string sender;
+    std::int64_t sequence = 0;        ///< its number; no two messages of a station have the same
+    std::int64_t mailBox = 0;         ///< number of the mail box that holds it
+    std::string sender;               ///< who speaks
     std::int64_t tenthsOfSeconds = 0; ///< how long it is
-    bool seen = false;
-    CameraView view; ///< what the camera saw, and when
+    bool seen = false;                ///< whether it was marked as seen
+    CameraView view;                  ///< what the camera saw, and when
 
     /// By which previews name it.
     std::int64_t recordId() const;

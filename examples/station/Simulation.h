@@ -32,12 +32,12 @@ std::vector<TimedCommand> readScript(std::string_view text, const Settings& sett
 
 /// How a station is simulated.
 struct SimulationSettings {
-    Settings station;
-    FaultSettings faults;
+    Settings station;                         ///< what the station is born with
+    FaultSettings faults;                     ///< how bad its line is
     std::chrono::milliseconds doorOpen{3000}; ///< how long a door stays open, 0 for an instant
     std::chrono::milliseconds boot{500};      ///< how long nobody can connect after a reboot
-    bool clockStands = false; ///< the station's clock stays at the time it was born with
-    std::vector<TimedCommand> script;
+    bool clockStands = false;         ///< the station's clock stays at the time it was born with
+    std::vector<TimedCommand> script; ///< commands that are given by themselves
     Recording replay; ///< when it isn't empty, it speaks in the place of the station
 };
 
@@ -53,8 +53,10 @@ struct SimulationSettings {
 /// Threads: one at a time.
 class Simulation {
 public:
+    /// The unit of its time.
     using Milliseconds = std::chrono::milliseconds;
 
+    /// A station at time 0, without clients.
     explicit Simulation(SimulationSettings settings = SimulationSettings());
 
     // ----- Clients ---------------------------------------------------------------------------
@@ -89,19 +91,27 @@ public:
     static const char* help();
     /// All clients get this header update.
     void tell(const std::string& bytes);
+    /// As the commands of these names.
+    /// @{
     void ring(const std::string& bell);
     void openDoor();
     void closeDoor();
     void switchLight(bool on);
+    /// @}
     /// All connections are lost, with the frames that wait.
     void disconnectAll();
     /// The same, and the station forgets what it does at that, `Station::reboot`.
     void reboot();
+    /// Whether nobody can connect, after a reboot.
     bool isBooting() const { return now_ < bootsUntil_; }
+    /// An addressee moves out of the address book.
     void moveOut(std::int64_t addressee) { station_.removeAddressee(addressee); }
+    /// The next frame suffers this.
     void spoilNext(Fault fault) { faults_.spoilNext(fault); }
 
+    /// The station itself; nothing is sent by looking at it.
     const Station& station() const { return station_; }
+    /// How many clients are connected.
     std::size_t clients() const { return sessions_.size(); }
 
     /// Hears of everything on the connections, as it happens. It must not call the simulation.

@@ -23,39 +23,40 @@ using SessionId = std::uint64_t;
 
 /// A header update for one client: JSON text, a zero byte, an optional binary part.
 struct Frame {
-    SessionId session;
-    std::string bytes;
+    SessionId session; ///< whom it is for
+    std::string bytes; ///< as they go over the connection
 };
 
 /// Somebody who has a bell button at this door.
 struct Addressee {
     std::int64_t id;    ///< how devices of later kinds name him
     std::string number; ///< the contact number by which the first kind names him
-    std::string name;
-    std::string unit; ///< where he lives
+    std::string name;   ///< as it is shown
+    std::string unit;   ///< where he lives
 };
 
 /// A bell button, and where its visitors leave their messages.
 struct Bell {
-    std::string name;
+    std::string name;     ///< by which it is rung
     std::int64_t mailBox; ///< 1 of the front door, 2 of the yard, 3; others keep nothing
 };
 
 /// A phone that was added to the station.
 struct KnownPhone {
-    std::string token; ///< by which it registers
-    std::string name;
+    std::string token;       ///< by which it registers
+    std::string name;        ///< as its owner has called it
     std::string addressee;   ///< to whom it belongs, empty when he has left the address book
     bool registered = false; ///< a client that is connected has registered it
 };
 
 /// What a station is born with.
 struct Settings {
-    int versionMajor = 1; ///< 0 for the first kind; 1 and 2 for later ones
-    int versionMinor = 2;
+    int versionMajor = 1;      ///< 0 for the first kind; 1 and 2 for later ones
+    int versionMinor = 2;      ///< as "version" tells it
     std::size_t viewers = 4;   ///< how many clients may watch the live view at the same time
     std::size_t messages = 20; ///< how many messages a mail box keeps
     double time = 1772616600;  ///< its clock at the beginning: 4 March 2026, 9:30
+    /// Those who live here.
     std::vector<Addressee> addressBook = {{1, "555-0101", "Anna Quill", "ground floor"},
                                           {2, "555-0102", "Bert Rowan", "first floor"},
                                           {3, "555-0103", "Workshop", "yard"}};
@@ -98,6 +99,7 @@ enum ErrorCode : std::int64_t {
 /// too. Threads: one at a time.
 class Station {
 public:
+    /// A station without clients, its door shut and its light off.
     explicit Station(Settings settings = Settings());
 
     // ----- Clients ---------------------------------------------------------------------------
@@ -135,11 +137,17 @@ public:
     /// An addressee moves out of the address book; phones that belong to him lose their place.
     void removeAddressee(std::int64_t id);
 
+    /// What is so now.
+    /// @{
     bool doorIsOpen() const { return doorOpen_; }
     bool lightIsOn() const { return lightOn_; }
     bool bellIsRinging() const { return ringing_; }
+    /// @}
+    /// Whether there is a bell of this name.
     bool hasBell(const std::string& name) const;
+    /// As they were given.
     const Settings& settings() const { return settings_; }
+    /// Its messages.
     const MailBoxes& mailBoxes() const { return mailBoxes_; }
     /// Those that were added, sorted by token.
     std::vector<KnownPhone> knownPhones() const;

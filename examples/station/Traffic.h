@@ -13,6 +13,7 @@ namespace station {
 
 /// One thing that happened on a client's connection.
 struct Traffic {
+    /// What happened.
     enum Kind {
         Connected,    ///< a client came
         Received,     ///< `bytes` are the text that it sent
@@ -21,9 +22,9 @@ struct Traffic {
         Disconnected, ///< it has left
     };
     std::chrono::milliseconds at{0}; ///< since the station began
-    SessionId session = 0;
-    Kind kind = Connected;
-    std::string bytes; ///< as they went over the connection
+    SessionId session = 0;           ///< whose connection it is
+    Kind kind = Connected;           ///< what happened
+    std::string bytes;               ///< as they went over the connection
 };
 
 /// What happened, in order of time.

@@ -34,6 +34,7 @@ class Line;
 /// `advance`; they may do anything but call one of these. Threads: one at a time.
 class VirtualStation {
 public:
+    /// A station at time 0, without clients.
     explicit VirtualStation(SimulationSettings settings = SimulationSettings());
     /// Lines that are still there are lost, and may be destroyed afterwards.
     ~VirtualStation();
@@ -80,14 +81,18 @@ public:
 
     // ----- What can be seen --------------------------------------------------------------------
 
+    /// What is so now, whatever the clients have heard of it.
+    /// @{
     bool doorIsOpen() const { return simulation_.station().doorIsOpen(); }
     bool lightIsOn() const { return simulation_.station().lightIsOn(); }
     bool bellIsRinging() const { return simulation_.station().bellIsRinging(); }
     bool isBooting() const { return simulation_.isBooting(); }
+    /// @}
     /// The phones that were added, its mail boxes, and more.
     const Station& device() const { return simulation_.station(); }
     /// What went over all lines, oldest first, up to the last `forgetTraffic`.
     const Recording& traffic() const { return traffic_; }
+    /// Empties `traffic` and `requests`.
     void forgetTraffic() { traffic_.clear(); }
     /// The methods of the requests that have arrived, oldest first; "" for what isn't a request.
     std::vector<std::string> requests() const;
@@ -125,6 +130,7 @@ public:
     bool connect();
     /// The client hangs up. What it has sent arrives, what it was to hear doesn't.
     void hangUp();
+    /// Whether the line stands.
     bool isConnected() const;
 
     /// Is called by a delivery when the station has closed the connection or is gone from the net;
@@ -149,9 +155,10 @@ public:
     explicit OnLine(VirtualStation& station, Arguments&&... arguments)
         : Application(std::forward<Arguments>(arguments)...), line(station, *this) {}
 
+    /// Sends the text on its way by the line.
     void sendJsonText(const char* text, int size) override { line.send(text, size); }
 
-    Line line;
+    Line line; ///< joins the client to the station
 };
 
 } // namespace station
