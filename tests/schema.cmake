@@ -6,4 +6,5 @@ gatecast_add_tests(schema_tests
     SchemaLoadingTest.cpp
     SchemaPropertyTest.cpp
     SchemaRegistryTest.cpp
+    ValidationReportTest.cpp
     ValidationResultTest.cpp)
