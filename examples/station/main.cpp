@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // A door station for those who have none at hand: listens on 127.0.0.1 until it is told to end.
 
-#include "station/Server.h"
 #include "core/Version.h"
+#include "station/Server.h"
 
 #include <CLI/CLI.hpp>
 
