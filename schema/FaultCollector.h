@@ -10,6 +10,7 @@
 namespace json {
 
 /// How far `collect_validation_errors` goes.
+/// Threads: one at a time.
 struct CollectionLimits {
     std::size_t faults = 100;   ///< listed at most; a list of that length may lack some
     std::size_t checks = 10000; ///< of single values, each with all that lies below it

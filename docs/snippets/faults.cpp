@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "core/Url.h"
 #include "expect.h"
+#include "schema/FaultCollector.h"
 #include "schema/Schema.h"
+#include "schema/ValidationReport.h"
 #include "json/JsonParser.h"
 #include "json/Variant.h"
 
@@ -39,6 +41,34 @@ void lines() {
     EXPECT(told(R"({"colour": "red"})") == ": invalid property (colour)");
 }
 
+void as_json() {
+    const json::Schema settings(R"({
+        "properties": {
+            "name": {"type": "string", "maxLength": 20},
+            "rooms": {"items": {"enum": ["hall", "yard"]}},
+            "volume": {"type": "integer", "maximum": 11}
+        }
+    })");
+    const json::Variant value =
+        json::JsonParser::parseTree(R"({"rooms": ["hall", "attic"], "volume": 12})");
+
+    const json::Variant first = json::validation_errors(settings.check(value));
+    EXPECT(first.size() == 1); // a list of one object
+
+    const json::Variant all = json::collect_validation_errors(settings, value);
+    for (const json::Variant& fault : all.listValue()) {
+        std::cout << fault["instancePath"].charsValue() << " " << fault["message"].charsValue()
+                  << '\n';
+    }
+    EXPECT(all.size() == 2);
+    const bool roomsFirst = all[0]["instancePath"] == "/rooms/1";
+    const json::Variant& volume = roomsFirst ? all[1] : all[0];
+    EXPECT(volume["instancePath"] == "/volume");
+    EXPECT(volume["schemaPath"] == "#/properties/volume/maximum");
+    EXPECT(volume["keyword"] == "maximum" && volume["params"]["limit"] == 11);
+    EXPECT(volume["message"] == "must be <= 11");
+}
+
 void base64() {
     const json::Schema picture(R"({"type": "string", "format": "base64"})");
     const json::Schema::ValidationResult result = picture.check("not base64!");
@@ -59,6 +89,7 @@ void absent() {
 
 int main() {
     lines();
+    as_json();
     base64();
     absent();
 }

@@ -26,7 +26,7 @@ enum class Fault {
     Deepen,    ///< a frame of deeply nested lists comes before it
     UnknownId, ///< an event comes before it, under an id that nobody has given
 };
-constexpr std::size_t kFaults = 8;
+constexpr std::size_t kFaults = 8; ///< how many there are
 
 /// "drop", "delay", "truncate", "reorder", "duplicate", "oversize", "deepen" or "unknown-id".
 const char* nameOf(Fault fault);
