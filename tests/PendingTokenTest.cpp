@@ -380,7 +380,7 @@ TEST(ParserLimits, ATextWithTooManyKeysThatAreNewIsAFault) {
     EXPECT_EQ(1u, parser.parseComplete().size());
 }
 
-TEST(ParserLimits, PlacesThatADeepTextNeededAreCounted) {
+TEST(ParserLimits, PlacesThatANestedTextNeededAreCounted) {
     JsonParser parser;
     EXPECT_EQ(40u, parser.slotCount());
     parser.parse(std::string(100, '[').c_str());

@@ -97,7 +97,7 @@ private:
     void readLength(const Shared& link) {
         link->update.resize(4);
         read(link, [this, link] {
-            const auto byte = [link](int i) { return std::size_t(link->update[i] & 0xFF); };
+            const auto byte = [link](std::size_t i) { return std::size_t(link->update[i] & 0xFF); };
             const std::size_t length = byte(0) << 24 | byte(1) << 16 | byte(2) << 8 | byte(3);
             if (length > kLongestUpdate) return lose(link, asio::error::message_size);
             link->update.resize(length);
