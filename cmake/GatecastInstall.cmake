@@ -104,6 +104,17 @@ foreach(tool ${gatecast_tools})
     endif()
 endforeach()
 
+# Their manual pages and completion, written by hand or made from their help texts.
+if(TARGET gatecast-console)
+    foreach(tree ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_CURRENT_BINARY_DIR})
+        install(DIRECTORY ${tree}/examples/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+            COMPONENT gatecast_tools OPTIONAL FILES_MATCHING PATTERN "*.1")
+        install(DIRECTORY ${tree}/examples/completions/
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+            COMPONENT gatecast_tools OPTIONAL)
+    endforeach()
+endif()
+
 if(GATECAST_DEBIAN)
     include(GatecastDebian)
 endif()
