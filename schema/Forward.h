@@ -7,5 +7,6 @@
 namespace json {
 
 class Schema;
+struct CollectionLimits;
 
 } // namespace json
