@@ -200,6 +200,16 @@ TEST(ParseErrorPlace, CountsLinesAndBytesOverManyPieces) {
     EXPECT_EQ("16008 1001:8", text_of(parser.errorPlace()));
 }
 
+TEST(ParseErrorPlace, CountsManyLinesInOnePiece) {
+    for (const std::size_t lines : {31u, 32u, 33u, 255u, 256u, 8160u, 8161u, 20000u}) {
+        const std::string text = std::string(lines, '\n') + "  oops";
+        const std::string place =
+            std::to_string(lines + 2) + ' ' + std::to_string(lines + 1) + ":3";
+        ASSERT_EQ(place, place_of(text));
+        ASSERT_EQ(place, place_of(text, {lines / 2}));
+    }
+}
+
 TEST(ParseErrorPlace, IsNoneWithoutAFault) {
     JsonParser parser;
     EXPECT_EQ("none", text_of(parser.errorPlace()));
