@@ -67,4 +67,15 @@ TEST(Format, FormatsTheElementsOfRanges) {
     EXPECT_EQ("[1, \"x\"]", fmt::format("{}", values));
 }
 
+#ifdef __cpp_lib_format
+TEST(Format, WritesValuesByTheStandardLibrary) {
+    const Variant value = json::object({{"b", json::list({1})}, {"a", "x"}});
+    EXPECT_EQ("<{\"b\":[1],\"a\":\"x\"}>", std::format("<{}>", value));
+    EXPECT_EQ("{\n\t\"a\": \"x\",\n\t\"b\": [\n\t\t1\n\t]\n}\n", std::format("{:#}", value));
+    EXPECT_EQ("[1]", std::format("{}", value["b"].listValue()));
+    EXPECT_THROW(static_cast<void>(std::vformat("{:d}", std::make_format_args(value))),
+                 std::format_error);
+}
+#endif
+
 } // namespace
