@@ -95,25 +95,24 @@ if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/debug/gatecast.natvis)
         COMPONENT gatecast_development)
 endif()
 
-# The programs, which find the library beside them wherever the prefix lies.
+# The programs, which find the library beside them wherever the prefix lies, each with the manual page
+# and the completion that the build makes of its help text.
 file(RELATIVE_PATH gatecast_from_bin /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
 foreach(tool ${gatecast_tools})
     if(TARGET ${tool})
         set_target_properties(${tool} PROPERTIES INSTALL_RPATH $ORIGIN/${gatecast_from_bin})
         install(TARGETS ${tool} RUNTIME COMPONENT gatecast_tools)
-    endif()
-endforeach()
-
-# Their manual pages and completion, written by hand or made from their help texts.
-if(TARGET gatecast-console)
-    foreach(tree ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_CURRENT_BINARY_DIR})
-        install(DIRECTORY ${tree}/examples/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
-            COMPONENT gatecast_tools OPTIONAL FILES_MATCHING PATTERN "*.1")
-        install(DIRECTORY ${tree}/examples/completions/
+        get_target_property(name ${tool} OUTPUT_NAME)
+        if(NOT name)
+            set(name ${tool})
+        endif()
+        install(FILES ${CMAKE_CURRENT_BINARY_DIR}/examples/man/${name}.1
+            DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT gatecast_tools OPTIONAL)
+        install(FILES ${CMAKE_CURRENT_BINARY_DIR}/examples/completions/${name}
             DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
             COMPONENT gatecast_tools OPTIONAL)
-    endforeach()
-endif()
+    endif()
+endforeach()
 
 if(GATECAST_DEBIAN)
     include(GatecastDebian)
