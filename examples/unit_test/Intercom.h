@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "device/GatecastConversation.h"
+#include "shared/QuietClient.h"
 
-#include <cstdint>
-#include <map>
 #include <string>
 
 /// The phone in the hall: what it shows, without a screen. How its requests leave isn't said here:
 /// in the product a subclass sends them, in the tests the station takes them.
-class Intercom : public qx::GatecastConversation {
+class Intercom : public shared::QuietClient {
 public:
     std::string shown = "not connected"; ///< the line on its screen
     int visitors = 0;                    ///< how often a bell has rung
@@ -24,7 +22,7 @@ public:
 
     bool handleResponse(const json::Request& request, const json::Response& response,
                         json::Schema::ValidationResult result) override {
-        const bool good = GatecastConversation::handleResponse(request, response, result);
+        const bool good = QuietClient::handleResponse(request, response, result);
         if (response.referenceId() == SubscribeDevice && response.firstResult() == "bell") {
             const json::List& event = response.resultList(); // "bell", true, and perhaps a name
             if (event.at(1).booleanValue()) ++visitors;
@@ -36,10 +34,6 @@ public:
     }
 
 protected:
-    using Text = qx::IntrusiveString;
-    using Book = std::map<std::string, std::string>;
-    using Image = boost::shared_ptr<std::string>;
-
     void showMessage(const Text& text) override { shown = std::string(text); }
     void deviceRegistered(const Text&, const Text& name, const Text&) override {
         shown = "ready for " + std::string(name);
@@ -51,10 +45,4 @@ protected:
     void singleAddressee(const Text& id, const Text&, const Text&) override {
         addDevice("hall", "Hall", id);
     }
-    void mailBoxData(const json::List&, int) override {}
-    void mailPreviewReady(std::int64_t, Image) override {}
-    void livePreviewReady(Image) override {}
-    void contactRegistered(const Text&, const Text&) override {}
-    void contactNumbersListed(Book) override {}
-    void singleContactNumber(const Text&, const Text&) override {}
 };
