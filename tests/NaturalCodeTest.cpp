@@ -201,6 +201,27 @@ static_assert(!std::is_constructible_v<Variant, std::initializer_list<char>>);
 static_assert(!std::is_constructible_v<Variant, std::initializer_list<const char*>>);
 static_assert(!std::is_assignable_v<Variant&, std::initializer_list<int>>);
 static_assert(!std::is_assignable_v<Variant&, std::initializer_list<const char*>>);
+template <class V, class = void>
+struct TakesBraces : std::false_type {};
+template <class V>
+struct TakesBraces<V, std::void_t<decltype(std::declval<V&>() = {1, 2})>> : std::true_type {};
+template <class V, class = void>
+struct TakesTextsInBraces : std::false_type {};
+template <class V>
+struct TakesTextsInBraces<V, std::void_t<decltype(std::declval<V&>() = {"a", "b"})>>
+    : std::true_type {};
+template <class V, class = void>
+struct IsMadeOfInnerBraces : std::false_type {};
+template <class V>
+struct IsMadeOfInnerBraces<V, std::void_t<decltype(V{{1, 2}})>> : std::true_type {};
+template <class V, class = void>
+struct IsMadeOfTextsInInnerBraces : std::false_type {};
+template <class V>
+struct IsMadeOfTextsInInnerBraces<V, std::void_t<decltype(V{{"a", "b"}})>> : std::true_type {};
+static_assert(TakesBraces<std::vector<int>>::value && IsMadeOfInnerBraces<std::string>::value);
+static_assert(TakesTextsInBraces<std::string>::value);
+static_assert(!TakesBraces<Variant>::value && !TakesTextsInBraces<Variant>::value);
+static_assert(!IsMadeOfInnerBraces<Variant>::value && !IsMadeOfTextsInInnerBraces<Variant>::value);
 // Nothing is added to the address of a value's text.
 static_assert(!Adds<Variant&, int>::value && !Adds<int, const Variant&>::value);
 static_assert(!Adds<const char*, Variant&>::value && !Adds<const Variant&, const char*>::value);
@@ -558,6 +579,74 @@ TEST(NaturalCode, StreamsAnyValue) {
     std::ostringstream out;
     out << value << ' ' << std::as_const(value)["a"] << ' ' << Variant("x") << ' ' << Variant();
     EXPECT_EQ("{\"a\":1} 1 \"x\" null", out.str());
+}
+
+TEST(NaturalCode, ComparesWithATextOfWideCharacters) {
+    const Variant value("d\xC3\xB6r");
+    EXPECT_TRUE(value == L"d\u00F6r");
+    EXPECT_TRUE(L"d\u00F6r" == value);
+    EXPECT_FALSE(value != L"d\u00F6r");
+    EXPECT_TRUE(value != L"door");
+    EXPECT_TRUE(L"a" < Variant("b"));
+    EXPECT_TRUE(Variant("b") > L"a");
+    const Variant number(5);
+    EXPECT_FALSE(number == L"5") << "a text compares with Strings only";
+    EXPECT_FALSE(number != L"5");
+    EXPECT_FALSE(Variant(true) == L"text") << "no pointer is a Boolean";
+}
+
+TEST(NaturalCode, AsksForAKeyByEveryText) {
+    const Variant value = json::JsonParser::parseTree("{\"a\": 1}");
+    EXPECT_TRUE(value.contains("a"));
+    EXPECT_TRUE(value.contains(std::string("a")));
+    EXPECT_TRUE(value.contains(std::string_view("abc", 1)));
+    EXPECT_TRUE(value.contains(qx::IntrusiveString("a")));
+    EXPECT_TRUE(value.contains(Variant("a")));
+    EXPECT_FALSE(value.contains(std::string("b")));
+    EXPECT_FALSE(value.contains(std::string_view("abc", 2)));
+    EXPECT_FALSE(Variant(5).contains(std::string("5")));
+}
+
+TEST(NaturalCode, TakesSmallNumbersAsNumbers) {
+    const std::int8_t small = 'A';
+    const std::uint8_t byte = 200;
+    EXPECT_EQ("65", json_of(Variant(small)));
+    EXPECT_EQ("200", json_of(Variant(byte)));
+    const std::int8_t read = Variant(65);
+    EXPECT_EQ(65, read);
+}
+
+// The constructor that takes a text and its length has the look of a pair.
+TEST(NaturalCode, TakesATextAndItsLengthInBraces) {
+    const Variant value = {"abc", 1};
+    EXPECT_EQ("\"a\"", json_of(value));
+}
+
+TEST(NaturalCode, ChangesElementsAndMembersInALoop) {
+    Variant value = json::JsonParser::parseTree("{\"list\": [1, 2, 3], \"name\": \"x\"}");
+    for (Variant& element : value["list"].listValue()) {
+        element = element.integerValue() * 10;
+    }
+    for (auto& [key, member] : value.objectValue()) {
+        static_assert(std::is_same_v<const json::Object::Key, decltype(key)>);
+        static_assert(std::is_same_v<Variant, decltype(member)>);
+        if (*key == "name") member = "y";
+    }
+    EXPECT_EQ("{\"list\":[10,20,30],\"name\":\"y\"}", json_of(value));
+    std::string keys;
+    for (const auto& [key, member] : std::as_const(value).objectValue()) {
+        static_assert(std::is_same_v<const Variant, decltype(member)>);
+        keys += key->c_str();
+    }
+    EXPECT_EQ("listname", keys);
+}
+
+TEST(NaturalCode, ReachesThroughKeysAndIndices) {
+    Variant v;
+    v["key"][3]["name"] = "front";
+    EXPECT_EQ("{\"key\":[null,null,null,{\"name\":\"front\"}]}", json_of(v));
+    EXPECT_TRUE(std::as_const(v)["key"][3]["name"] == "front");
+    EXPECT_TRUE(std::as_const(v)["key"][7]["name"].isNull());
 }
 
 TEST(NaturalCode, LoopsOverContainers) {
