@@ -3,6 +3,7 @@
 
 #include "shared/Jpeg.h"
 #include "station/Station.h"
+#include "support/ConsoleAtStation.h"
 #include "support/PictureWords.h"
 #include "json/JsonParser.h"
 
@@ -20,9 +21,9 @@
 namespace {
 
 using console::Console;
-using station::Frame;
 using station::Settings;
-using station::Station;
+using test::AloneConsole;
+using test::ConsoleAtStation;
 
 Console::Settings script() {
     Console::Settings settings;
@@ -35,76 +36,6 @@ Settings of_version(int versionMajor) {
     settings.versionMajor = versionMajor;
     return settings;
 }
-
-/// A console whose requests gather in a queue, and its files in a map.
-struct AloneConsole {
-    explicit AloneConsole(const Console::Settings& settings = Console::Settings())
-        : console([this](const std::string& text) { sent.push_back(text); }, out, errors,
-                  with_files(settings)) {}
-
-    Console::Settings with_files(Console::Settings settings) {
-        settings.save = [this](const std::string& name, const std::string& bytes) {
-            if (saveFault.empty()) files[name] = bytes;
-            return saveFault;
-        };
-        return settings;
-    }
-    /// What was printed since the last time.
-    std::string printed() {
-        std::string text = out.str();
-        out.str(std::string());
-        return text;
-    }
-    std::string failed() {
-        std::string text = errors.str();
-        errors.str(std::string());
-        return text;
-    }
-    void receive(const std::string& frame) { console.receive(frame); }
-
-    std::deque<std::string> sent;
-    std::map<std::string, std::string> files;
-    std::string saveFault; // what keeps files from being written
-    std::ostringstream out;
-    std::ostringstream errors;
-    Console console;
-};
-
-/// A console that talks to a station in the same process, and has been greeted.
-struct ConsoleAtStation : AloneConsole {
-    explicit ConsoleAtStation(const Settings& ofStation = Settings(),
-                              const Console::Settings& settings = Console::Settings())
-        : AloneConsole(settings), station(ofStation), session(station.connect()) {
-        console.connected();
-        talk();
-    }
-
-    /// Carries requests and frames until both sides are silent.
-    void talk() {
-        while (!sent.empty()) {
-            const std::string text = std::move(sent.front());
-            sent.pop_front();
-            deliver(station.receive(session, text));
-            if (doorFallsShut) deliver(station.closeDoor());
-        }
-    }
-    void deliver(const std::vector<Frame>& frames) {
-        for (const Frame& frame : frames) {
-            if (frame.session == session) receive(frame.bytes);
-        }
-    }
-    /// What the line makes the console print.
-    std::string obey(const std::string& line) {
-        out.str(std::string());
-        console.enter(line);
-        talk();
-        return printed();
-    }
-
-    Station station;
-    station::SessionId session;
-    bool doorFallsShut = false;
-};
 
 /// The id of the request that waits to be carried to the station.
 std::string id_of(const std::string& request) {

@@ -3,6 +3,9 @@
 // terminal raw.
 #include "console/Console.h"
 
+#include "shared/PlainText.h"
+#include "json/JsonParser.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,13 +21,12 @@ using console::Console;
 
 /// A console whose peer is the test; files are forgotten.
 struct Prey {
-    Prey()
+    explicit Prey(const Console::Settings& wanted = Console::Settings())
         : console([this](const std::string& text) { sent.push_back(text); }, out, errors,
-                  settings()) {
+                  settings(wanted)) {
         console.connected();
     }
-    static Console::Settings settings() {
-        Console::Settings settings;
+    static Console::Settings settings(Console::Settings settings) {
         settings.save = [](const std::string&, const std::string&) { return std::string(); };
         return settings;
     }
@@ -112,6 +114,55 @@ TEST(HostileConsole, LivesAndShowsNoControlCharacterOfThePeer) {
         prey.console.receive("{\"result\":[\"door_open\"],\"id\":101}");
         prey.console.receive("{\"result\":[\"door_closed\"],\"id\":101}");
         EXPECT_NE(std::string::npos, prey.shown().find("door_closed"));
+        EXPECT_FALSE(prey.console.finished());
+    }
+}
+
+TEST(HostileConsole, SpeaksJsonWhateverThePeerSays) {
+    for (unsigned seed = 1; seed <= 10; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        Console::Settings wanted;
+        wanted.json = true;
+        wanted.traffic = true;
+        Prey prey(wanted);
+        for (int step = 0; step < 200; ++step) {
+            if (random() % 3 == 0) prey.console.enter(pick(kLines, random));
+            if (random() % 9 == 0) prey.console.deadlinePassed();
+            prey.console.receive(frame(random));
+            std::istringstream lines(prey.shown());
+            for (std::string line; std::getline(lines, line);) {
+                ASSERT_EQ(line, shared::escapedText(line));
+                const json::Variant object = json::JsonParser::parseTree(line);
+                ASSERT_TRUE(object.isObject() && object["type"].isString()) << line;
+            }
+        }
+    }
+}
+
+TEST(HostileConsole, ShowsTrafficWithoutAControlCharacter) {
+    for (unsigned seed = 1; seed <= 10; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        Console::Settings wanted;
+        wanted.traffic = true;
+        wanted.reconnects = true;
+        Prey prey(wanted);
+        for (int step = 0; step < 200; ++step) {
+            if (random() % 3 == 0) prey.console.enter(pick(kLines, random));
+            if (random() % 9 == 0) prey.console.interrupt();
+            if (random() % 19 == 0) {
+                prey.console.connectionLost("\x1b[2J");
+                prey.console.connected();
+            }
+            prey.console.receive(frame(random));
+            ASSERT_TRUE(is_plain(prey.shown()));
+            for (const char* line : {"call ", "methods a", "play ", "", "watch "}) {
+                for (const std::string& choice : prey.console.completions(line)) {
+                    ASSERT_TRUE(is_plain(choice) && choice.find_first_of(" \t\n") == choice.npos);
+                }
+            }
+        }
         EXPECT_FALSE(prey.console.finished());
     }
 }

@@ -487,7 +487,7 @@ void Console::mailBoxData(const json::List& result, int batch) {
                              .with("number", entry.sequenceNo())
                              .with("time", time)
                              .with("sender", row["name_sender"])
-                             .with("seconds", seconds)
+                             .withNumber("seconds", seconds)
                              .with("seen", seen));
     }
 }
@@ -909,6 +909,8 @@ bool Console::watch(const Words& words) {
         remark("note: " + text, Said("note").with("text", text));
     }
     watch_ = watch;
+    // A script that makes the event itself must know that it will be heard.
+    if (settings_.once) remark("watching", Said("watching"));
     await(limit);
     return true;
 }

@@ -4,7 +4,9 @@
 #include "shared/PlainText.h"
 #include "json/Variant.h"
 
-#include <cstdint>
+#include <cmath>
+#include <locale>
+#include <sstream>
 #include <string>
 
 namespace console {
@@ -24,6 +26,14 @@ public:
     }
     Said& with(const std::string& key, const char* value) {
         return with(key, json::Variant(value));
+    }
+    /// A number with as many digits as a person reads, not as a computer knows.
+    Said& withNumber(const std::string& key, double value) {
+        std::ostringstream number;
+        number.imbue(std::locale::classic());
+        number << value;
+        text_ += ",\"" + key + "\":" + (std::isfinite(value) ? number.str() : "null");
+        return *this;
     }
 
     const std::string& type() const { return type_; }

@@ -66,6 +66,7 @@ int main(int argc, char** argv) {
     app.formatter(std::make_shared<UsageFormatter>());
     app.footer(kFooter);
     app.add_option("--host", way.host, "Where the station listens")
+        ->type_name("NAME")
         ->capture_default_str()
         ->envname("GATECAST_HOST");
     app.add_option("--port", port, "The station's port, needed for all that asks a device")
@@ -73,11 +74,14 @@ int main(int argc, char** argv) {
         ->envname("GATECAST_PORT");
     app.add_flag("--tcp", way.tcp, "Talk length-prefixed TCP, in the place of WebSocket");
     app.add_option("--phone", settings.phone, "The token by which the station knows this phone")
+        ->type_name("TOKEN")
         ->capture_default_str();
     app.add_option("--mail-box", settings.mailBox,
                    "The mail box that a message number is looked up in")
+        ->type_name("ID")
         ->capture_default_str();
-    app.add_option("--script", script, "Read the commands from this file, and repeat them");
+    app.add_option("--script", script, "Read the commands from this file, and repeat them")
+        ->type_name("FILE");
     app.add_option("--patience", patience,
                    "Seconds to wait for each answer, and at most 10 of them for the connection")
         ->capture_default_str()
@@ -90,12 +94,13 @@ int main(int argc, char** argv) {
     std::map<std::string, CLI::App*> commands;
     for (const Console::Row& row : Console::table()) {
         if (!row.alone) continue;
-        commands[row.name] = app.add_subcommand(row.name, row.meaning)->fallthrough();
+        commands[row.name] = app.add_subcommand(row.name, row.meaning)->fallthrough()->footer("");
     }
-    commands["watch"]->add_option("-C", count, "End after so many events");
-    commands["watch"]->add_option("-W", seconds,
-                                  "End after so many seconds, with status 4 if -C isn't reached");
-    commands["preview"]->add_option("-o", file, "The file to write");
+    commands["watch"]->add_option("-C", count, "End after so many events")->type_name("N");
+    commands["watch"]
+        ->add_option("-W", seconds, "End after so many seconds, with status 4 if -C isn't reached")
+        ->type_name("S");
+    commands["preview"]->add_option("-o", file, "The file to write")->type_name("FILE");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

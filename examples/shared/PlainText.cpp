@@ -79,7 +79,7 @@ std::string escapedText(const std::string& text) {
 
 std::string plainJson(const std::string& json) {
     return copy_of(json, [](char32_t character, const std::string&) {
-        return character == kNoCharacter ? "\xEF\xBF\xBD" : formatted("\\u%04x", character);
+        return character == kNoCharacter ? "\xEF\xBF\xBD" : formatted("\\u%04X", character);
     });
 }
 

@@ -14,7 +14,7 @@ std::string plainText(const std::string& text);
 /// The text as one line with nothing lost: each byte of a control character, and each that belongs
 /// to no character, is written as `\x1b`.
 std::string escapedText(const std::string& text);
-/// A JSON text as one line of JSON: each control character is written as `\u001b`, each byte that
+/// A JSON text as one line of JSON: each control character is written as `\u001B`, each byte that
 /// belongs to no character is U+FFFD. Bad input: a text that isn't JSON is made harmless, too.
 std::string plainJson(const std::string& json);
 
