@@ -300,15 +300,18 @@ TEST(JsonPrinter, LeavesPrintFunctionsInALocaleThatWasSetSinceTheLastReal) {
     Calls calls;
     std::string seen;
     calls.meanwhile = [&](const std::string&) { seen += CommaLocale::active() ? ',' : '.'; };
-    JsonPrinter printer(&Calls::print, &calls, true);
+    JsonPrinter printer(&Calls::print, &calls, false); // piece by piece
     printer.setIndent("");
     printer.print(Variant(1.5));
-    EXPECT_EQ(",", seen);
+    EXPECT_EQ(std::string(seen.size(), ','), seen);
+    seen.clear();
     ::uselocale(own);
     printer.print(Variant("a"));
     ::uselocale(LC_GLOBAL_LOCALE);
     ::freelocale(own);
-    EXPECT_EQ(",.", seen);
+    EXPECT_EQ("1.5\"a\"", calls.joined());
+    EXPECT_EQ(std::string(seen.size(), '.'), seen);
+    EXPECT_FALSE(seen.empty());
 }
 
 // --- The four forms
