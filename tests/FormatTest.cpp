@@ -14,9 +14,9 @@ namespace {
 
 using json::Variant;
 
-std::string refusal_of(const char* specification) {
+std::string refusal_of(const char* field) {
     try {
-        return fmt::format(fmt::runtime(specification), Variant(5));
+        return fmt::format(fmt::runtime(field), Variant(5));
     } catch (const fmt::format_error& error) {
         return error.what();
     }
@@ -51,11 +51,11 @@ TEST(Format, KeepsEveryByteOfAText) {
     EXPECT_EQ("bare", bare);
 }
 
-TEST(Format, RefusesEveryOtherSpecification) {
+TEST(Format, RefusesEveryOtherField) {
     const std::string refused = "a JSON value is formatted by {} or {:#}";
-    for (const char* specification :
+    for (const char* field :
          {"{:d}", "{:s}", "{:>10}", "{:##}", "{:#x}", "{:10}", "{: }", "{:.2}", "{:x#}"}) {
-        EXPECT_EQ(refused, refusal_of(specification)) << specification;
+        EXPECT_EQ(refused, refusal_of(field)) << field;
     }
     EXPECT_EQ("5", refusal_of("{}"));
     EXPECT_NE("5", refusal_of("{:"));

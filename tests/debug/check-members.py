@@ -7,10 +7,11 @@ Places, flags and names of the printers are compared; of the natvis file that it
 that each member in it exists.
 """
 
-import importlib.util
+import importlib.machinery
 import os
 import re
 import sys
+import types
 import xml.etree.ElementTree
 
 import gdb
@@ -44,9 +45,9 @@ def member(type_, name):
 
 
 def check_printers(path):
-    spec = importlib.util.spec_from_file_location("printers", path)
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
+    loader = importlib.machinery.SourceFileLoader("printers", path)
+    module = types.ModuleType(loader.name)
+    loader.exec_module(module)
     facts = module.GatecastFacts
 
     for name, members in facts.LAYOUT.items():
