@@ -275,8 +275,16 @@ protected:
     std::vector<std::string> reasons;
 };
 
+struct KindName {
+    template <typename Kind>
+    static std::string GetName(int) {
+        const std::string file = Kind::file;
+        return file.substr(0, file.find("Transport"));
+    }
+};
+
 using Kinds = testing::Types<WebSocket, Tcp>;
-TYPED_TEST_SUITE(Transport, Kinds);
+TYPED_TEST_SUITE(Transport, Kinds, KindName);
 
 } // namespace
 

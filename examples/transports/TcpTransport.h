@@ -2,8 +2,6 @@
 // Copy this file into your application: a door station over plain TCP, with Boost.Asio.
 #pragma once
 
-#include <boost/asio.hpp>
-
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -12,6 +10,8 @@
 #include <memory>
 #include <string>
 #include <utility>
+
+#include <boost/asio.hpp>
 
 namespace transports {
 namespace asio = boost::asio;

@@ -2,10 +2,6 @@
 // Copy this file into your application: a door station over WebSocket, with Boost.Beast.
 #pragma once
 
-#include <boost/asio.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/websocket.hpp>
-
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -14,6 +10,10 @@
 #include <memory>
 #include <string>
 #include <utility>
+
+#include <boost/asio.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/websocket.hpp>
 
 namespace transports {
 
