@@ -77,7 +77,7 @@ public:
         IpAddressFormat = 6,   ///< "ip-address"
         Ipv6Format = 7,        ///< "ipv6"
         ColorFormat = 8,       ///< "color"
-        StyleFormat = 9,       ///< "format": a word without a test
+        StyleFormat = 9,       ///< "style"
         PhoneFormat = 10,      ///< "phone"
         UriFormat = 11,        ///< "uri"
         EmailFormat = 12,      ///< "email"
@@ -413,9 +413,9 @@ private:
     /// @{
     const boost::intrusive_ptr<Schema>& ownElement(std::size_t index) const;
     const boost::intrusive_ptr<Schema>& ownAdditionalProperty() const;
+    /// @}
     /// Whether no other schema is asked about a value that holds nothing.
     bool standsAlone() const { return ref_.empty() && extended_.empty() && complexTypes_.empty(); }
-    /// @}
 
     boost::intrusive_ptr<Object> definition_; // shared with the document
     mutable ValidationResult result_;
