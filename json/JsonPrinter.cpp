@@ -8,6 +8,7 @@
 #include <yajl/yajl_gen.h>
 
 #include <algorithm>
+#include <bitset>
 #include <exception>
 #include <limits>
 #include <locale.h>
@@ -50,7 +51,6 @@ struct JsonPrinter::Generator {
 
     Generator(JsonPrinter& owner, const Sink& pieces, const std::string& firstIndent)
         : printer(&owner), sink(pieces), indent(firstIndent) {
-        openContainers.reserve(kDeepestLevel); // counting never fails
         renew();
     }
     Generator(const Generator&) = delete;
@@ -67,7 +67,7 @@ struct JsonPrinter::Generator {
     void restart() {
         if (handle == nullptr) renew();
         yajl_gen_reset(handle, nullptr);
-        openContainers.clear();
+        depth = 0;
         suppressed = 0;
     }
 
@@ -87,7 +87,7 @@ struct JsonPrinter::Generator {
     bool open(bool object) {
         if (suppressed > 0) return false;
         const yajl_gen_status status = guard(object ? yajl_gen_map_open : yajl_gen_array_open);
-        if (status == yajl_gen_status_ok) openContainers.push_back(object);
+        if (status == yajl_gen_status_ok) isObject[depth++] = object;
         throwFailure();
         return status == yajl_gen_status_ok;
     }
@@ -131,7 +131,7 @@ struct JsonPrinter::Generator {
         yajl_gen_config(handle, yajl_gen_beautify, indent.empty() ? 0 : 1);
     }
 
-    bool isFull() const { return openContainers.size() >= kDeepestLevel; }
+    bool isFull() const { return depth >= kDeepestLevel; }
 
     static void streamPiece(void* context, const char* text, std::size_t length);
     static void handOverPiece(void* context, const char* text, std::size_t length);
@@ -140,10 +140,11 @@ struct JsonPrinter::Generator {
     detail::TrackedMemory memory;
     yajl_gen handle = nullptr; // lies in the memory, and goes with it
     Sink sink;
-    std::string indent;               // the generator points at its text
-    std::vector<bool> openContainers; // true for an object
-    std::size_t suppressed = 0;       // levels open below a container that printed as null
-    locale_t application = nullptr;   // what a real is printed in the "C" locale in place of
+    std::string indent;                  // the generator points at its text
+    std::bitset<kDeepestLevel> isObject; // of each open container, else it is a list
+    std::size_t depth = 0;               // open containers
+    std::size_t suppressed = 0;          // levels open below a container that printed as null
+    locale_t application = nullptr;      // what a real is printed in the "C" locale in place of
     std::exception_ptr failure;
 };
 
@@ -255,7 +256,7 @@ void JsonPrinter::print(const Variant& value) {
     generator().restart();
     try {
         if (ignoreAutoValues_) updateAutoValues(value);
-        printVariant(value);
+        write(generator(), value);
     } catch (...) {
         // The next text isn't to be handed over behind the rest of this one.
         if (printFunction_ != NO_PRINT_FUNCTION) generator_->clear();
@@ -279,37 +280,41 @@ void JsonPrinter::deliver() {
 
 // ----- Inside a text -----------------------------------------------------------------------------
 
-void JsonPrinter::printVariant(const Variant& value) {
+void JsonPrinter::printVariant(const Variant& value) { write(generator(), value); }
+void JsonPrinter::printList(const List& list) { writeList(generator(), list); }
+void JsonPrinter::printObject(const Object& object) { writeObject(generator(), object); }
+void JsonPrinter::printString(const qx::IntrusiveString& text) { writeString(generator(), text); }
+
+// The generator stays the same for a whole text, also where those that it calls print through us.
+void JsonPrinter::write(Generator& running, const Variant& value) {
     if (skips(value)) return;
     switch (value.type()) {
     case Type::Null:
-        generator().run(yajl_gen_null);
+        running.run(yajl_gen_null);
         break;
     case Type::Boolean:
-        generator().run(
-            [&](yajl_gen handle) { return yajl_gen_bool(handle, value.booleanValue()); });
+        running.run([&](yajl_gen handle) { return yajl_gen_bool(handle, value.booleanValue()); });
         break;
     case Type::Integer:
-        generator().run(
+        running.run(
             [&](yajl_gen handle) { return yajl_gen_integer(handle, value.integerValue()); });
         break;
     case Type::Real:
-        printReal(value.realValue());
+        writeReal(running, value.realValue());
         break;
     case Type::String:
-        printString(value.stringValue());
+        writeString(running, value.stringValue());
         break;
     case Type::Object:
-        printObject(value.objectValue());
+        writeObject(running, value.objectValue());
         break;
     case Type::List:
-        printList(value.listValue());
+        writeList(running, value.listValue());
         break;
     }
 }
 
-void JsonPrinter::printReal(double value) {
-    Generator& running = generator();
+void JsonPrinter::writeReal(Generator& running, double value) {
     running.application = ::uselocale(nullptr);
     struct Ending {
         ~Ending() { running.application = nullptr; }
@@ -321,24 +326,24 @@ void JsonPrinter::printReal(double value) {
     running.run([&](yajl_gen handle) { return yajl_gen_double(handle, value); });
 }
 
-void JsonPrinter::printString(const qx::IntrusiveString& text) {
-    generator().run([&](yajl_gen handle) {
+void JsonPrinter::writeString(Generator& running, const qx::IntrusiveString& text) {
+    running.run([&](yajl_gen handle) {
         return yajl_gen_string(handle, bytes_of(text.c_str()), text.length());
     });
 }
 
 // Recurses no deeper than the generator opens levels.
-void JsonPrinter::printList(const List& list) {
-    if (!open(false)) return;
+void JsonPrinter::writeList(Generator& running, const List& list) {
+    if (!open(running, false)) return;
     for (const Variant& element : list) {
-        printVariant(element);
+        write(running, element);
     }
-    closeLevel(false);
+    closeLevel(running, false);
 }
 
 // Recurses no deeper than the generator opens levels.
-void JsonPrinter::printObject(const Object& object) {
-    if (!open(true)) return;
+void JsonPrinter::writeObject(Generator& running, const Object& object) {
+    if (!open(running, true)) return;
     // Intended: keys are sorted in indented text only.
     // Held by JsonPrinter.SortsKeysInPrettyTextOnly.
     if (isPretty()) {
@@ -347,26 +352,26 @@ void JsonPrinter::printObject(const Object& object) {
         for (const Object::Key& key : keys) {
             // Intended: a repeated key shows its first value each time.
             // Held by JsonPrinter.PrettyTextShowsTheFirstValueOfARepeatedKeyEachTime.
-            printEntry(*key, object[key]);
+            writeEntry(running, *key, object[key]);
         }
     } else {
         for (const auto& entry : object) {
-            printEntry(*entry.first, entry.second);
+            writeEntry(running, *entry.first, entry.second);
         }
     }
-    closeLevel(true);
+    closeLevel(running, true);
 }
 
-void JsonPrinter::printEntry(const qx::IntrusiveString& key, const Variant& value) {
+void JsonPrinter::writeEntry(Generator& running, const qx::IntrusiveString& key,
+                             const Variant& value) {
     if (skips(value)) return;
-    printString(key);
-    printVariant(value);
+    writeString(running, key);
+    write(running, value);
 }
 
 /// Opens a container. Where it would lie too deep it prints as null, and where it has no place it
 /// prints nothing: false for both.
-bool JsonPrinter::open(bool object) {
-    Generator& running = generator();
+bool JsonPrinter::open(Generator& running, bool object) {
     if (!running.isFull()) return running.open(object);
     running.run(yajl_gen_null);
     return false;
@@ -375,26 +380,26 @@ bool JsonPrinter::open(bool object) {
 /// Opens a container for the caller to fill. What he prints into one that became null is dropped,
 /// up to its end.
 void JsonPrinter::openLevel(bool object) {
-    const bool tooDeep = generator().isFull();
-    open(object);
-    if (tooDeep) ++generator_->suppressed;
+    Generator& running = generator();
+    const bool tooDeep = running.isFull();
+    open(running, object);
+    if (tooDeep) ++running.suppressed;
 }
 
-void JsonPrinter::closeLevel(bool object) {
-    Generator& running = generator();
+void JsonPrinter::closeLevel(Generator& running, bool object) {
     if (running.suppressed > 0) {
         --running.suppressed;
         return;
     }
-    if (running.openContainers.empty() || running.openContainers.back() != object) return;
-    running.openContainers.pop_back();
+    if (running.depth == 0 || running.isObject[running.depth - 1] != object) return;
+    --running.depth;
     running.run(object ? yajl_gen_map_close : yajl_gen_array_close);
 }
 
 void JsonPrinter::openList() { openLevel(false); }
-void JsonPrinter::closeList() { closeLevel(false); }
+void JsonPrinter::closeList() { closeLevel(generator(), false); }
 void JsonPrinter::openObject() { openLevel(true); }
-void JsonPrinter::closeObject() { closeLevel(true); }
+void JsonPrinter::closeObject() { closeLevel(generator(), true); }
 
 // ----- Buffer ------------------------------------------------------------------------------------
 

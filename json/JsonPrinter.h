@@ -116,11 +116,15 @@ private:
     class CallOut;
 
     Generator& generator();
-    bool open(bool object);
+    void write(Generator& running, const Variant& value);
+    void writeReal(Generator& running, double value);
+    void writeString(Generator& running, const qx::IntrusiveString& text);
+    void writeList(Generator& running, const List& list);
+    void writeObject(Generator& running, const Object& object);
+    void writeEntry(Generator& running, const qx::IntrusiveString& key, const Variant& value);
+    bool open(Generator& running, bool object);
     void openLevel(bool object);
-    void closeLevel(bool object);
-    void printEntry(const qx::IntrusiveString& key, const Variant& value);
-    void printReal(double value);
+    void closeLevel(Generator& running, bool object);
     void deliver();
     bool skips(const Variant& value) const { return ignoreAutoValues_ && value.autoValue(); }
 
