@@ -16,7 +16,7 @@ foreach(layer core json schema rpc device gatecast)
 endforeach()
 # What a public template needs; scripts/check-consumers compiles every installed header alone.
 install(FILES core/detail/GroupedTable.h core/detail/NeverDestroyed.h core/detail/ProcessLock.h
-    core/detail/SeededHash.h
+    core/detail/SeededHash.h core/detail/SmallBlocks.h
     DESTINATION ${gatecast_headers}/core/detail COMPONENT gatecast_development)
 
 # The library. The include directory is said here, so that another CMAKE_INSTALL_INCLUDEDIR is followed.

@@ -3,6 +3,8 @@
 
 #include "core/Export.h"
 #include "core/IntrusiveObject.h"
+#include "core/detail/SeededHash.h"
+#include "core/detail/SmallBlocks.h"
 
 #include <boost/intrusive_ptr.hpp>
 
@@ -12,12 +14,17 @@
 
 namespace qx {
 
+namespace detail {
+template <typename T>
+class GroupedTable;
+} // namespace detail
+
 /// A counted byte string. Text is UTF-8 by convention and never checked.
 ///
 /// `boost::intrusive_ptr<qx::IntrusiveString>` is the usual way to share one; a null pointer is
 /// legal wherever a key or a text is passed and means the empty text.
 /// Threads: one at a time; only the count may be reached from any thread.
-class GATECAST_EXPORT IntrusiveString : public IntrusiveObject {
+class GATECAST_EXPORT IntrusiveString : public IntrusiveObject, public detail::SmallObject {
 public:
     /// The empty text.
     IntrusiveString() = default;
@@ -68,6 +75,10 @@ public:
     /// @}
 
 private:
+    template <typename T>
+    friend class detail::GroupedTable;
+
+    detail::KeyHash key_hash_; // of a key, once a large table has asked for it
     std::string text_;
 };
 

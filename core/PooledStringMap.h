@@ -5,10 +5,15 @@
 #include "core/IntrusiveString.h"
 #include "core/StringPool.h"
 #include "core/detail/GroupedTable.h"
+#include "core/detail/SmallBlocks.h"
 
 #include <boost/intrusive_ptr.hpp>
 
+#include <atomic>
 #include <cstddef>
+#include <memory>
+#include <type_traits>
+#include <utility>
 
 namespace qx {
 
@@ -20,6 +25,48 @@ template <typename T>
 const T& entry_from_default(const T& value) {
     return value;
 }
+
+/// A value that is `T()` until somebody asks for it: few maps ever do, and there are many maps.
+/// Threads: any thread may ask.
+template <typename T>
+class LateDefault {
+public:
+    LateDefault() noexcept = default;
+    explicit LateDefault(const T& value) : box_(new Box(value)) {}
+    LateDefault(const LateDefault& source) : box_(source.copy()) {}
+    LateDefault& operator=(const LateDefault& source) {
+        if (this != &source) delete box_.exchange(source.copy());
+        return *this;
+    }
+    ~LateDefault() { delete box_.load(); }
+
+    const T& value() const {
+        const Box* box = box_.load(std::memory_order_acquire);
+        return (box != nullptr ? box : made())->value;
+    }
+
+private:
+    struct Box : SmallObject {
+        Box() : value() {}
+        explicit Box(const T& source) : value(source) {}
+        T value;
+    };
+
+    const Box* made() const {
+        Box* known = nullptr;
+        if constexpr (std::is_default_constructible_v<T>) { // others are made by the constructor
+            std::unique_ptr<Box> fresh(new Box);
+            if (box_.compare_exchange_strong(known, fresh.get())) known = fresh.release();
+        }
+        return known;
+    }
+    Box* copy() const {
+        const Box* box = box_.load(std::memory_order_acquire);
+        return box != nullptr ? new Box(box->value) : nullptr;
+    }
+
+    mutable std::atomic<Box*> box_{nullptr};
+};
 
 } // namespace detail
 
@@ -49,19 +96,18 @@ public:
     using value_type = typename Table::value_type;
 
     /// Default value `T()`, global pool.
-    PooledStringMap() : PooledStringMap(T()) {}
+    PooledStringMap() : pool_(&global_string_pool()) {}
     /// The given default value, global pool.
     PooledStringMap(const T& defaultValue) : PooledStringMap(global_string_pool(), defaultValue) {}
     /// The given default value and pool.
-    PooledStringMap(Pool& pool, const T& defaultValue)
-        : pool_(&pool), defaultValue_(defaultValue) {}
+    PooledStringMap(Pool& pool, const T& defaultValue) : pool_(&pool), default_(defaultValue) {}
     /// Copies the entries and the default value; the pool is the source's.
     PooledStringMap(const PooledStringMap&) = default;
     /// Takes over entries, default value and pool. Calls no hook.
     PooledStringMap& operator=(const PooledStringMap& source) {
         if (this == &source) return *this;
         Table entries(source.table_); // the source may lie in one of the values
-        defaultValue_ = source.defaultValue_;
+        default_ = source.default_;
         pool_ = source.pool_;
         table_.swap(entries);
         return *this;
@@ -74,7 +120,7 @@ protected:
     /// What a lookup of a missing key answers: here the default value, whatever the key.
     virtual const T& auto_value_for(const Key& key) const {
         static_cast<void>(key);
-        return defaultValue_;
+        return default_.value();
     }
     /// Called after an entry was added, after its value was replaced by `setValue` or `rename`, and
     /// before `rename` removes it. `erase` and `removeValue` call nothing.
@@ -219,10 +265,18 @@ public:
     }
 
 protected:
+    /// A copy whose values are made of the argument and the source's values.
+    template <typename Argument>
+    PooledStringMap(const PooledStringMap& source, Argument& argument)
+        : table_(source.table_, argument), pool_(source.pool_), default_(source.default_) {}
+
     /// Adds an entry with no lookup of any kind: a key that is present gets a further entry.
     /// The key must be interned in the map's pool.
-    iterator insert_new(const Key& key, const T& value) {
-        const iterator entry = table_.insert(key, value);
+    iterator insert_new(const Key& key, const T& value) { return emplace_new(key, value); }
+    /// The same with a value made of the arguments in its place.
+    template <typename... Args>
+    iterator emplace_new(const Key& key, Args&&... args) {
+        const iterator entry = table_.insert(key, std::forward<Args>(args)...);
         on_insert(entry);
         return entry;
     }
@@ -254,7 +308,7 @@ private:
 
     Table table_;
     Pool* pool_;
-    T defaultValue_;
+    detail::LateDefault<T> default_;
 };
 
 } // namespace qx

@@ -11,6 +11,8 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -73,16 +75,18 @@ public:
     const Pointer& intern(const std::string& key) { return intern(std::string_view(key)); }
     /// Needs no NUL behind the text.
     const Pointer& intern(std::string_view key) {
-        key = key.substr(0, key.find('\0'));
         const detail::ProcessLock<std::mutex> lock(mutex_);
         // Documents repeat few keys: most of them are found without a hash.
-        const Pointer*& recent = recent_[shape(key)];
-        if (recent != nullptr && view(*recent) == key) return *recent;
+        Recent& recent = recent_[shape(key)];
+        for (const Pointer* known : recent) {
+            if (known != nullptr && view(*known) == key) return *known;
+        }
+        key = key.substr(0, key.find('\0'));
         auto found = strings_.find(key, TextHash(), TextEquals());
         if (found == strings_.end()) {
             found = strings_.insert(Pointer(new S(key.data(), key.size()))).first;
         }
-        recent = &*found;
+        recent = {&*found, recent[0]};
         return *found;
     }
     /// @}
@@ -103,16 +107,28 @@ public:
 private:
     static constexpr std::size_t kFirstBuckets = 11;
 
-    static constexpr std::size_t kRecent = 256;
+    using Recent = std::array<const Pointer*, 2>;
+    static constexpr std::size_t kShapes = 256;
+    static constexpr int kShapeShift = 64 - 8;
 
-    /// Tells apart most of the keys of a document by their lengths and a few characters.
+    /// Tells most keys of a document apart by their lengths, first and last bytes. Who makes them
+    /// agree gains nothing: then they are found by the hash.
     static std::size_t shape(std::string_view key) noexcept {
-        if (key.empty()) return 0;
-        const auto at = [&](std::size_t index) {
-            return static_cast<std::size_t>(static_cast<unsigned char>(key[index]));
-        };
-        return (key.size() + 7 * at(0) + 31 * at(key.size() / 2) + 127 * at(key.size() - 1)) %
-               kRecent;
+        std::uint64_t first = 0;
+        std::uint64_t last = 0;
+        if (key.size() >= 8) {
+            std::memcpy(&first, key.data(), 8);
+            std::memcpy(&last, key.data() + key.size() - 8, 8);
+        } else if (key.size() >= 4) {
+            std::memcpy(&first, key.data(), 4);
+            std::memcpy(&last, key.data() + key.size() - 4, 4);
+        } else {
+            for (const char c : key) {
+                first = first << 8 | static_cast<unsigned char>(c);
+            }
+        }
+        const std::uint64_t mixed = (first ^ (last << 29 | last >> 35)) + key.size();
+        return static_cast<std::size_t>((mixed * 0x9e3779b97f4a7c15u) >> kShapeShift);
     }
 
     static std::string_view view(const Pointer& key) noexcept {
@@ -140,7 +156,7 @@ private:
 
     mutable std::mutex mutex_;
     boost::unordered_set<Pointer, TextHash, TextEquals> strings_; // entries never move
-    std::array<const Pointer*, kRecent> recent_{};                // the latest of each shape
+    std::array<Recent, kShapes> recent_{};                        // the latest two of each shape
 };
 
 /// The pool of keys of the whole program, built on first use and never destroyed.

@@ -20,10 +20,10 @@ class GatecastFacts:
     LAYOUT = {
         "json::Variant": {"value_": 0, "string_": 8, "schema_": 16, "parent_": 24, "flags_": 32},
         "json::List": {"count_": 8, "elements_": 16},
-        "json::Object": {"table_": 8, "count_": 104},
+        "json::Object": {"table_": 8, "count_": 56},
         "qx::PooledStringMap<json::Variant>": {"table_": 8},
-        "qx::detail::GroupedTable<json::Variant>": {"first_": 0, "size_": 24},
-        "qx::detail::GroupedTable<json::Variant>::Node": {"previous": 0, "next": 8, "entry": 40},
+        "qx::detail::GroupedTable<json::Variant>": {"first_": 0, "size_": 16},
+        "qx::detail::GroupedTable<json::Variant>::Node": {"previous": 0, "next": 8, "entry": 24},
         "std::pair<boost::intrusive_ptr<qx::IntrusiveString> const, json::Variant>": {
             "first": 0, "second": 8},
         "qx::IntrusiveString": {"count_": 0, "text_": 8},

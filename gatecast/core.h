@@ -8,6 +8,7 @@
 #include "core/Interface.h"
 #include "core/IntrusiveObject.h"
 #include "core/IntrusiveString.h"
+#include "core/KeptMemory.h"
 #include "core/Mutex.h"
 #include "core/PooledStringMap.h"
 #include "core/SignalPublisher.h"

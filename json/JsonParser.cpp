@@ -7,10 +7,10 @@
 #include "json/detail/ReadingPlace.h"
 #include "json/detail/TrackedMemory.h"
 
+#include <boost/container/static_vector.hpp>
 #include <yajl/yajl_parse.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstring>
 #include <exception>
@@ -265,24 +265,30 @@ JsonParser& parser_of(void* context) { return *static_cast<JsonParser*>(context)
 /// value stays in the lowest slot. Slots keep their values until they are used again, and never
 /// move: readers hold on to the result.
 struct JsonParser::Stack {
-    Stack() { rows_.push_back(std::make_unique<Row>()); }
-    Stack(const Stack& source) : row_(source.row_), used_(source.used_), depth_(source.depth_) {
-        for (const std::unique_ptr<Row>& row : source.rows_) {
-            rows_.push_back(std::make_unique<Row>(*row));
+    Stack() = default;
+    Stack(const Stack& source)
+        : first_(source.first_), row_(source.row_), used_(source.used_), depth_(source.depth_) {
+        for (const std::unique_ptr<Row>& row : source.further_) {
+            further_.push_back(std::make_unique<Row>(*row));
         }
+        findTop();
     }
     Stack& operator=(const Stack&) = delete;
 
     Variant& claim() {
         if (used_ == kRowSlots) {
-            if (row_ + 1 == rows_.size()) rows_.push_back(std::make_unique<Row>());
+            if (row_ == further_.size()) further_.push_back(std::make_unique<Row>());
             ++row_;
             used_ = 0;
         }
+        Row& row = rowAt(row_);
+        if (used_ == row.size()) row.emplace_back();
         ++depth_;
-        return (*rows_[row_])[used_++];
+        ++used_;
+        findTop();
+        return *top_;
     }
-    Variant& top() { return depth_ == 0 ? emptySlot_ : (*rows_[row_])[used_ - 1]; }
+    Variant& top() { return *top_; }
     Variant& pop() {
         if (depth_ == 0) return emptySlot_;
         Variant& popped = top();
@@ -291,26 +297,34 @@ struct JsonParser::Stack {
             --row_;
             used_ = kRowSlots;
         }
+        findTop();
         return popped;
     }
     void clear() noexcept {
         row_ = 0;
         used_ = 0;
         depth_ = 0;
+        findTop();
     }
 
     std::uint64_t depth() const noexcept { return depth_; }
-    std::size_t slotCount() const noexcept { return rows_.size() * kRowSlots; }
+    std::size_t slotCount() const noexcept { return (1 + further_.size()) * kRowSlots; }
 
 private:
     static constexpr std::size_t kRowSlots = 40;
-    using Row = std::array<Variant, kRowSlots>;
+    /// Slots are made when they are first claimed: most texts are not deep.
+    using Row = boost::container::static_vector<Variant, kRowSlots>;
 
-    std::vector<std::unique_ptr<Row>> rows_;
+    Row& rowAt(std::size_t row) noexcept { return row == 0 ? first_ : *further_[row - 1]; }
+    void findTop() noexcept { top_ = used_ == 0 ? &emptySlot_ : &rowAt(row_)[used_ - 1]; }
+
+    Row first_;
+    std::vector<std::unique_ptr<Row>> further_;
     std::size_t row_ = 0;  // of the slot on top
     std::size_t used_ = 0; // slots of that row; 0 in an empty stack only
     std::uint64_t depth_ = 0;
     Variant emptySlot_;
+    Variant* top_ = &emptySlot_;
 };
 
 Variant& JsonParser::claim() {
@@ -324,19 +338,25 @@ Variant& JsonParser::claim() {
 }
 
 bool JsonParser::pushValue(const Variant& value) {
-    if (stack_->depth() == 0) {
+    Variant copy(value);
+    return takeValue(copy);
+}
+
+/// Hands the value's content to the stack; what is left of it may only be destroyed.
+bool JsonParser::takeValue(Variant& value) {
+    Stack& stack = *stack_;
+    if (stack.depth() == 0) {
         claim() = value;
         return true;
     }
-    if (stack_->top().isString()) {
-        // Through the const access: the key must stay the pooled object.
-        const Object::Key key = std::as_const(stack_->pop()).stringPtr();
-        if (!stack_->top().isObject()) return false;
-        stack_->top().objectValue().insert_new(key, value);
+    if (stack.top().isString()) {
+        const Object::Key& key = stack.pop().string_; // the slot keeps it
+        if (!stack.top().isObject()) return false;
+        stack.top().objectRef()->take_new(key, value);
         return true;
     }
-    if (!stack_->top().isList()) return false;
-    stack_->top().listValue() << value;
+    if (!stack.top().isList()) return false;
+    stack.top().listRef()->takeLinked(value);
     return true;
 }
 
@@ -358,25 +378,29 @@ int JsonParser::cb_boolean(void* parser, int value) {
 }
 
 int JsonParser::cb_integer(void* parser, long long value) {
-    parser_of(parser).pushValue(Variant::fromInteger(value));
+    Variant integer(static_cast<std::int64_t>(value));
+    parser_of(parser).takeValue(integer);
     return 1;
 }
 
 int JsonParser::cb_double(void* parser, double value) {
-    parser_of(parser).pushValue(Variant::fromReal(value));
+    Variant real(value);
+    parser_of(parser).takeValue(real);
     return 1;
 }
 
 int JsonParser::cb_string(void* parser, const unsigned char* text, std::size_t length) {
-    parser_of(parser).pushValue(
-        Variant(std::string_view(reinterpret_cast<const char*>(text), length)));
+    Variant string(std::string_view(reinterpret_cast<const char*>(text), length));
+    parser_of(parser).takeValue(string);
     return 1;
 }
 
 int JsonParser::cb_map_key(void* parser, const unsigned char* text, std::size_t length) {
     JsonParser& self = parser_of(parser);
     const std::string_view key(reinterpret_cast<const char*>(text), length);
-    self.claim() = self.keyPool_->intern(key);
+    Variant& slot = self.claim();
+    if (!slot.isString()) slot.leaveType(Type::String);
+    slot.string_ = self.keyPool_->intern(key); // as an assignment, but compares no texts
     return 1;
 }
 

@@ -159,6 +159,7 @@ private:
     struct Stack;
 
     Variant& claim();
+    bool takeValue(Variant& value);
     bool feed(const char* text, std::size_t length);
     bool fail(const std::string& message, std::string_view piece, std::size_t offset,
               const TextPlace& place);

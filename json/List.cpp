@@ -17,6 +17,13 @@ List::List() = default;
 // Held by List.CopiesItsElementsWithoutLinkingThem.
 List::List(const List& source) : qx::IntrusiveObject(source), elements_(source.elements_) {}
 
+List::List(Variant::Cloning& cloning, const List& source) {
+    elements_.reserve(source.size());
+    for (const Variant& element : source.elements_) {
+        elements_.emplace_back(cloning, element);
+    }
+}
+
 List& List::operator=(const List& source) {
     if (this != &source) {
         std::vector<Variant> copies(source.elements_); // the source may lie in an element
@@ -108,6 +115,15 @@ void List::grow(std::size_t capacity) {
 
 void List::appendLinked(const Variant& value) {
     push_back(value);
+    update_parent(end() - 1);
+}
+
+/// The same with the value's content: what is left of it may only be destroyed.
+void List::takeLinked(Variant& value) {
+    if (size() == elements_.capacity()) grow(std::max<std::size_t>(1, 2 * size()));
+    elements_.emplace_back(Variant::Relocation(), value);
+    setDirty(true);
+    update_schemas(size() - 1);
     update_parent(end() - 1);
 }
 

@@ -19,7 +19,7 @@ namespace json {
 /// A list that a value holds is reached through that value; a reference kept from an earlier
 /// access doesn't know of copy on write. Arguments may lie inside the list that is changed.
 /// Threads: one at a time.
-class GATECAST_EXPORT List : public qx::IntrusiveObject {
+class GATECAST_EXPORT List : public qx::IntrusiveObject, public qx::detail::SmallObject {
 public:
     /// A place in the array.
     using iterator = std::vector<Variant>::iterator;
@@ -172,7 +172,9 @@ protected:
     void setDirty(bool dirty) const noexcept;
 
 private:
+    List(Variant::Cloning& cloning, const List& source);
     void appendLinked(const Variant& value);
+    void takeLinked(Variant& value);
     void makeRoom(std::size_t index);
     void grow(std::size_t capacity);
     void removeAt(std::size_t index);

@@ -10,7 +10,7 @@ namespace json {
 
 // ----- Construction ------------------------------------------------------------------------------
 
-Object::Object() : Map(Variant::Empty) {}
+Object::Object() = default;
 
 // Intended: the entries of a copy aren't linked to it, unlike those of an assigned object.
 // Held by Object.CopiesItsEntriesWithoutLinkingThem.
@@ -19,6 +19,8 @@ Object::Object(const Object& source) : Map(source), qx::IntrusiveObject(source) 
         entry.second.setFlag(Variant::kUnlinkedEntry, true);
     }
 }
+
+Object::Object(Variant::Cloning& cloning, const Object& source) : Map(source, cloning) {}
 
 Object& Object::operator=(const Object& source) {
     if (this != &source) {
@@ -32,8 +34,10 @@ Object& Object::operator=(const Object& source) {
 Object::~Object() = default;
 
 void Object::on_insert(const iterator& entry) {
-    setDirty(true);
-    update_schema(entry);
+    if (owner() != nullptr) {
+        setDirty(true);
+        update_schema(entry);
+    }
     update_parent(entry);
 }
 
@@ -143,6 +147,10 @@ void Object::setDirty(bool dirty) const noexcept {
 }
 
 void Object::insert_new(const Key& key, const Variant& value) { Map::insert_new(key, value); }
+
+void Object::take_new(const Key& key, Variant& value) {
+    emplace_new(key, Variant::Relocation(), value);
+}
 
 void Object::update_parent(const iterator& entry) { entry->second.setParent(this); }
 

@@ -26,7 +26,9 @@ namespace json {
 /// is changed.
 /// Threads: one at a time. A const lookup of a missing key interns it, and the pool of keys is
 /// shared by all objects.
-class GATECAST_EXPORT Object : public qx::PooledStringMap<Variant>, public qx::IntrusiveObject {
+class GATECAST_EXPORT Object : public qx::PooledStringMap<Variant>,
+                               public qx::IntrusiveObject,
+                               public qx::detail::SmallObject {
 public:
     /// What keeps the entries.
     using Map = qx::PooledStringMap<Variant>;
@@ -131,6 +133,8 @@ protected:
     /// Adds an entry without a lookup; a key that is present gets a further one. The key must be
     /// interned.
     void insert_new(const Key& key, const Variant& value);
+    /// The same with the value's content: what is left of it may only be destroyed.
+    void take_new(const Key& key, Variant& value);
     /// Links values to this object.
     /// @{
     void update_parent(const iterator& entry);
@@ -143,6 +147,8 @@ protected:
     /// @}
 
 private:
+    Object(Variant::Cloning& cloning, const Object& source);
+
     // Values in several threads may share the payload: each asks at its end whether it is the
     // owner.
     const Variant* owner() const noexcept { return __atomic_load_n(&owner_, __ATOMIC_RELAXED); }

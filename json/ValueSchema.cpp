@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The one place where values reach up to the schema engine.
 #include "schema/Schema.h"
-#include "json/Variant.h"
+#include "json/detail/Cloning.h"
 
 #include <boost/container/small_vector.hpp>
 
@@ -73,9 +73,15 @@ public:
 
     void bindElements(json::List& list, std::size_t from) {
         const Schema& schema = list.schema();
-        const bool free = schema.leavesElementsFree();
+        if (schema.leavesElementsFree()) {
+            Schema* const free = Schema::EmptyPtr.get();
+            for (auto it = list.position(from); it != list.end(); ++it) {
+                attach(*it, free);
+            }
+            return;
+        }
         for (std::size_t i = from; i < list.elements_.size(); ++i) {
-            attach(list.elements_[i], free ? Schema::EmptyPtr.get() : schema.at(i).get());
+            attach(list.elements_[i], schema.at(i).get());
         }
     }
 
@@ -176,10 +182,11 @@ void Variant::attach_owner() const {
 }
 
 /// Children first, each as `attach_owner` does.
-void Variant::attachOwners(const std::vector<Variant*>& parentsFirst) {
+void Variant::attachOwners(const Cloning& cloning) {
     Binding binding;
-    for (auto value = parentsFirst.rbegin(); value != parentsFirst.rend(); ++value) {
-        binding.link(**value);
+    const auto& parentsFirst = cloning.containers();
+    for (auto container = parentsFirst.rbegin(); container != parentsFirst.rend(); ++container) {
+        binding.link(*container->copy);
         binding.finish();
     }
 }

@@ -102,7 +102,8 @@ StringPtr new_string(std::string_view text) {
 Variant::Variant(const char* text, int length) { assign(new_string(text, length).get(), true); }
 Variant::Variant(const wchar_t* text) { assign(to_utf8(text).get(), true); }
 Variant::Variant(const std::string& text) : Variant(std::string_view(text)) {}
-Variant::Variant(std::string_view text) { assign(new_string(text).get(), true); }
+Variant::Variant(std::string_view text)
+    : string_(new String(text.data(), text.size())), flags_(static_cast<Flags>(Type::String)) {}
 Variant::Variant(const qx::IntrusiveString& text) {
     assign(StringPtr(new String(text)).get(), true);
 }
@@ -135,7 +136,7 @@ Variant::Variant(const Variant& source) : schema_(source.schema_) {
 
 Variant::Variant(Relocation, Variant& source) noexcept {
     const Type type = source.type();
-    source.detach_owner();
+    if (source.holdsContainer()) source.detach_owner();
     if (type == Type::String) string_.swap(source.string_);
     schema_.swap(source.schema_);
     value_ = std::exchange(source.value_, Storage{});

@@ -632,13 +632,21 @@ public:
     /// Key of this very value in its object, null without an object.
     boost::intrusive_ptr<qx::IntrusiveString> keyInParent();
 
-    /// For lists that grow: like a copy of the source followed by its end, without a new count.
+    /// For containers: like a copy of the source followed by its end, without a new count.
     class Relocation {
         friend class List;
+        friend class Object;
         Relocation() = default;
     };
     /// Takes the source's content over; what is left of it may only be destroyed.
     Variant(Relocation, Variant& source) noexcept;
+
+    /// For containers that are copied deeply: like a copy with a text of its own and, for now, an
+    /// empty container.
+    /// @{
+    class Cloning;
+    Variant(Cloning& cloning, const Variant& source);
+    /// @}
 
     // ----- Text ------------------------------------------------------------------- ValueText.cpp
 
@@ -725,8 +733,8 @@ protected:
     void release();
     /// Makes this value the owner of its container.
     void attach_owner() const;
-    /// The same for many values, those above first.
-    static void attachOwners(const std::vector<Variant*>& parentsFirst);
+    /// The same for what was copied deeply.
+    static void attachOwners(const Cloning& cloning);
     /// Undoes it; nothing when another value is the owner.
     void detach_owner() const;
     /// Links the value to the container, null unlinks it.
@@ -789,11 +797,14 @@ private:
     template <typename T>
     void initNumber(T number) {
         if constexpr (std::is_same_v<T, bool>) {
-            assign(number, true);
+            value_.boolean = number;
+            flags_ = static_cast<Flags>(Type::Boolean);
         } else if constexpr (std::is_floating_point_v<T>) {
-            assign(static_cast<double>(number), true);
+            value_.real = static_cast<double>(number);
+            flags_ = static_cast<Flags>(Type::Real);
         } else {
-            assign(static_cast<std::int64_t>(number), true);
+            value_.integer = static_cast<std::int64_t>(number);
+            flags_ = static_cast<Flags>(Type::Integer);
         }
     }
 
@@ -825,7 +836,6 @@ private:
     Variant copyToHoldIn(const Variant& holder) const;
     Variant withClonedContainer() const;
     Variant withoutSchema() const;
-    void copyPayload(std::vector<Variant*>& children);
     void becomeString();
     int compareText(const char* text) const;
     static const Variant& markedDefault(const Schema& schema);

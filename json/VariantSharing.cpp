@@ -2,7 +2,7 @@
 #include "core/Mutex.h"
 #include "core/detail/NeverDestroyed.h"
 #include "core/detail/ProcessLock.h"
-#include "json/Variant.h"
+#include "json/detail/Cloning.h"
 
 #include <functional>
 #include <utility>
@@ -317,28 +317,47 @@ Variant& Variant::deepCopy(const Variant* source) {
         const Variant copy = source->copyToHoldIn(*this); // the source may lie in this value
         copyFrom(copy);
     }
-    std::vector<Variant*> visited{this};
-    for (std::size_t i = 0; i < visited.size(); ++i) {
-        visited[i]->copyPayload(visited);
+    if (string_) string_ = new qx::IntrusiveString(*string_);
+    if (!holdsContainer()) return *this;
+    Cloning cloning;
+    Variant root(cloning, *this);
+    for (std::size_t i = 0; i < cloning.containers().size(); ++i) {
+        cloning.fill(i);
     }
-    attachOwners(visited);
+    if (isObject()) {
+        storeContainer(boost::intrusive_ptr<json::Object>(root.value_.object));
+    } else {
+        storeContainer(boost::intrusive_ptr<json::List>(root.value_.list));
+    }
+    cloning.containers().front().copy = this;
+    attachOwners(cloning);
     return *this;
 }
 
-void Variant::copyPayload(std::vector<Variant*>& children) {
-    detach_owner();
-    if (string_) string_ = new qx::IntrusiveString(*string_);
-    if (!holdsContainer()) return;
-    if (isObject()) {
-        storeContainer(boost::intrusive_ptr<json::Object>(new json::Object(*value_.object)));
-        for (auto& entry : *value_.object) {
-            if (entry.second.hasPayload()) children.push_back(&entry.second);
-        }
+Variant::Variant(Cloning& cloning, const Variant& source) : schema_(source.schema_) {
+    const Type type = source.type();
+    int flags = cloning.inObject() ? kUnlinkedEntry : 0;
+    if (type != Type::Null) flags |= static_cast<int>(type) | kDirty | kPrintDirty;
+    flags_ = static_cast<Flags>(flags);
+    if (type == Type::String) {
+        string_ =
+            source.string_ ? new qx::IntrusiveString(*source.string_) : new qx::IntrusiveString;
+    } else if (source.holdsContainer()) {
+        cloning.containers().push_back({this, &source});
     } else {
-        storeContainer(boost::intrusive_ptr<json::List>(new json::List(*value_.list)));
-        for (Variant& element : *value_.list) {
-            if (element.hasPayload()) children.push_back(&element);
-        }
+        value_ = source.value_;
+    }
+}
+
+void Variant::Cloning::fill(std::size_t index) {
+    const auto [copy, source] = containers_[index];
+    inObject_ = source->isObject();
+    if (inObject_) {
+        copy->value_.object = new json::Object(*this, *source->value_.object);
+        copy->value_.object->intrusive_add_ref();
+    } else {
+        copy->value_.list = new json::List(*this, *source->value_.list);
+        copy->value_.list->intrusive_add_ref();
     }
 }
 

@@ -5,6 +5,7 @@
 #include "core/IntrusiveString.h"
 #include "core/StringPool.h"
 #include "core/detail/SeededHash.h"
+#include "core/detail/SmallBlocks.h"
 
 #include <boost/intrusive_ptr.hpp>
 
@@ -14,16 +15,17 @@
 #include <memory>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace qx::detail {
 
 /// A hash multimap from counted strings to values: the entries of one key stand together in order
 /// of insertion, also after growth and in copies, and never move in memory.
 ///
-/// All nodes form one list, group behind group. The first node of a group, its leader, knows the
-/// last one and hangs in the chain of its bucket, the latest in front. A key is placed by identity
-/// and found by text. A table of a few entries has one chain and no hashes, which is quicker and
-/// smaller; most objects are such.
+/// All nodes form one list, group behind group, the latest group last. The first node of a group,
+/// its leader, knows the last one. A key is placed by identity and found by text; of two groups
+/// with the same text the later one is found. A table of a few entries is searched along its list,
+/// which is quicker and smaller than an index; most objects are such.
 template <typename T>
 class GroupedTable {
 public:
@@ -31,15 +33,76 @@ public:
     using value_type = std::pair<const Key, T>;
 
 private:
-    struct Node {
-        Node(const Key& key, const T& value) : entry(key, value) {}
+    struct Node : SmallObject {
+        template <typename... Args>
+        explicit Node(const Key& key, Args&&... args)
+            : entry(std::piecewise_construct, std::forward_as_tuple(key),
+                    std::forward_as_tuple(std::forward<Args>(args)...)) {}
 
         Node* previous = nullptr;
         Node* next = nullptr;
-        Node* chained = nullptr; // leaders only: the next leader in the bucket
-        Node* last = nullptr;    // leaders only: the last node of the group
-        std::size_t hash = 0;    // once there are buckets
+        Node* last = nullptr; // leaders only: the last node of the group
         value_type entry;
+    };
+
+    /// The leaders of a large table by the hash of their keys, each in the first free slot from its
+    /// own on. Of equal hashes the latest leader comes first.
+    class Index {
+    public:
+        explicit Index(std::size_t slots) : slots_(slots) {}
+
+        std::size_t slotCount() const noexcept { return slots_.size(); }
+        /// Whether one more would leave less than a third of the slots free: searches stay short.
+        bool isFull() const noexcept { return 3 * (leaders_ + 1) > 2 * slots_.size(); }
+
+        template <typename Matches>
+        Node* find(std::size_t hash, Matches matches) const {
+            std::size_t at = own(hash);
+            while (slots_[at] != nullptr && !matches(slots_[at])) {
+                at = behind(at);
+            }
+            return slots_[at];
+        }
+        void add(Node* leader) noexcept {
+            const std::size_t hash = place_of(leader->entry.first);
+            std::size_t at = own(hash);
+            for (; slots_[at] != nullptr; at = behind(at)) {
+                if (place_of(slots_[at]->entry.first) == hash) std::swap(slots_[at], leader);
+            }
+            slots_[at] = leader;
+            ++leaders_;
+        }
+        void replace(const Node* leader, Node* heir) noexcept { slots_[slotOf(leader)] = heir; }
+        /// Moves up those that were kept from their own slots.
+        void remove(const Node* leader) noexcept {
+            std::size_t gap = slotOf(leader);
+            for (std::size_t at = behind(gap); slots_[at] != nullptr; at = behind(at)) {
+                const std::size_t wanted = own(place_of(slots_[at]->entry.first));
+                if (distance(wanted, at) < distance(gap, at)) continue;
+                slots_[gap] = slots_[at];
+                gap = at;
+            }
+            slots_[gap] = nullptr;
+            --leaders_;
+        }
+
+    private:
+        // The number of slots is a power of two.
+        std::size_t own(std::size_t hash) const noexcept { return hash & (slots_.size() - 1); }
+        std::size_t behind(std::size_t at) const noexcept { return own(at + 1); }
+        std::size_t distance(std::size_t from, std::size_t to) const noexcept {
+            return own(to - from);
+        }
+        std::size_t slotOf(const Node* leader) const noexcept {
+            std::size_t at = own(place_of(leader->entry.first));
+            while (slots_[at] != leader) {
+                at = behind(at);
+            }
+            return at;
+        }
+
+        std::vector<Node*> slots_;
+        std::size_t leaders_ = 0;
     };
 
     template <typename Value>
@@ -88,7 +151,14 @@ public:
     using const_iterator = Iterator<const value_type>;
 
     GroupedTable() = default;
+    /// A copy; with an argument its values are made of that and the source's values.
+    /// @{
     GroupedTable(const GroupedTable& source) { append(source); }
+    template <typename Argument>
+    GroupedTable(const GroupedTable& source, Argument& argument) {
+        append(source, argument);
+    }
+    /// @}
     GroupedTable& operator=(const GroupedTable& source) {
         GroupedTable copy(source);
         swap(copy);
@@ -98,8 +168,9 @@ public:
 
     bool empty() const noexcept { return size_ == 0; }
     std::size_t size() const noexcept { return size_; }
-    /// 0 for up to 8 entries, then as many as keep the entries from outnumbering them.
-    std::size_t bucketCount() const noexcept { return bucketCount_; }
+    /// Slots of the index: 0 for up to 16 entries, then half as many again as there are keys at
+    /// least.
+    std::size_t slotCount() const noexcept { return index_ ? index_->slotCount() : 0; }
     iterator begin() noexcept { return iterator(first_); }
     iterator end() noexcept { return iterator(); }
     const_iterator begin() const noexcept { return const_iterator(first_); }
@@ -111,12 +182,18 @@ public:
     const_iterator find(const char* text) const { return const_iterator(leader_by_text(text)); }
     /// @}
 
-    /// Adds an entry behind the last one of its key.
-    iterator insert(const Key& key, const T& value) {
-        std::unique_ptr<Node> node(new Node(key, value));
-        if (size_ >= kChained && size_ >= bucketCount_) grow();
-        node->hash = placing(key);
-        return iterator(place(node.release()));
+    /// Adds an entry behind the last one of its key, with a value made of the arguments.
+    template <typename... Args>
+    iterator insert(const Key& key, Args&&... args) {
+        std::unique_ptr<Node> node(new Node(key, std::forward<Args>(args)...));
+        if (size_ >= kSearched && (!index_ || index_->isFull())) growIndex();
+        Node* leader = leader_by_identity(key);
+        if (leader == nullptr) {
+            leader = node.get();
+            if (index_) index_->add(leader);
+        }
+        append_to_group(leader, node.get());
+        return iterator(node.release());
     }
 
     /// Removes the entry and returns the next one; nothing happens at the end.
@@ -135,9 +212,7 @@ public:
         Node* node = std::exchange(first_, nullptr);
         last_ = nullptr;
         size_ = 0;
-        chain_ = nullptr;
-        bucketCount_ = 0;
-        buckets_.reset();
+        index_.reset();
         while (node != nullptr) {
             delete std::exchange(node, node->next);
         }
@@ -146,144 +221,106 @@ public:
     void swap(GroupedTable& other) noexcept {
         std::swap(first_, other.first_);
         std::swap(last_, other.last_);
-        std::swap(chain_, other.chain_);
         std::swap(size_, other.size_);
-        std::swap(bucketCount_, other.bucketCount_);
-        buckets_.swap(other.buckets_);
+        index_.swap(other.index_);
     }
 
 private:
-    static constexpr std::size_t kChained = 8; // entries that one chain holds
-    static constexpr std::size_t kFirstBuckets = 16;
+    static constexpr std::size_t kSearched = 16; // entries that need no index
+    static constexpr std::size_t kFirstSlots = 32;
 
     static const char* text_of(const Key& key) { return key ? key->c_str() : ""; }
     static bool has_text(const Node* node, const char* text) {
         const char* own = text_of(node->entry.first);
         return *own == *text && std::strcmp(own, text) == 0; // the first byte tells most apart
     }
-    /// Where a key goes, once there are buckets.
-    std::size_t placing(const Key& key) const {
-        return bucketCount_ == 0 ? 0 : seeded_hash(text_of(key));
+    static std::size_t place_of(const char* text) noexcept { return key_hash(text); }
+    static std::size_t place_of(const Key& key) noexcept {
+        return key ? key->key_hash_.of(key->c_str()) : place_of("");
     }
-
-    /// Their number is a power of two.
-    Node*& bucket(std::size_t hash) {
-        return bucketCount_ == 0 ? chain_ : buckets_[hash & (bucketCount_ - 1)];
-    }
-    Node* bucket(std::size_t hash) const { return const_cast<GroupedTable*>(this)->bucket(hash); }
+    static bool leads(const Node* node) { return node->last != nullptr; }
 
     Node* leader_by_text(const char* text) const {
-        if (size_ == 0) return nullptr;
-        const std::size_t hash = bucketCount_ == 0 ? 0 : seeded_hash(text);
-        Node* leader = bucket(hash);
-        while (leader != nullptr && !(leader->hash == hash && has_text(leader, text))) {
-            leader = leader->chained;
+        if (index_) {
+            return index_->find(place_of(text), [&](Node* node) { return has_text(node, text); });
         }
-        return leader;
+        Node* node = last_;
+        while (node != nullptr && !(has_text(node, text) && leads(node))) {
+            node = node->previous;
+        }
+        return node;
     }
 
-    Node* leader_by_identity(const Key& key, std::size_t hash) const {
-        Node* leader = bucket(hash);
+    Node* leader_by_identity(const Key& key) const {
         const PooledStringEquals<IntrusiveString> same;
-        while (leader != nullptr && !same(leader->entry.first, key)) {
-            leader = leader->chained;
+        if (index_) {
+            return index_->find(place_of(key),
+                                [&](Node* node) { return same(node->entry.first, key); });
         }
-        return leader;
-    }
-
-    Node* place(Node* node) {
-        Node* leader = leader_by_identity(node->entry.first, node->hash);
-        append_to_group(leader != nullptr ? leader : node, node);
+        Node* node = last_;
+        while (node != nullptr && !(same(node->entry.first, key) && leads(node))) {
+            node = node->previous;
+        }
         return node;
     }
 
     /// Puts the node at the end of the leader's group; a node that leads itself begins one.
-    void append_to_group(Node* leader, Node* node) {
-        if (leader == node) {
-            link_behind(last_, node);
-            lead(node, node);
-        } else {
-            link_behind(leader->last, node);
-            leader->last = node;
-        }
+    void append_to_group(Node* leader, Node* node) noexcept {
+        link_behind(leader == node ? last_ : leader->last, node);
+        leader->last = node;
         ++size_;
     }
 
-    /// Makes the node the leader of a group that ends with `groupLast`.
-    void lead(Node* node, Node* groupLast) {
-        Node*& front = bucket(node->hash);
-        node->last = groupLast;
-        node->chained = front;
-        front = node;
-    }
-
-    void link_behind(Node* previous, Node* node) {
+    void link_behind(Node* previous, Node* node) noexcept {
         node->previous = previous;
         node->next = previous != nullptr ? previous->next : first_;
         (previous != nullptr ? previous->next : first_) = node;
         (node->next != nullptr ? node->next->previous : last_) = node;
     }
 
-    void unlink(Node* node) {
+    void unlink(Node* node) noexcept {
         (node->previous != nullptr ? node->previous->next : first_) = node->next;
         (node->next != nullptr ? node->next->previous : last_) = node->previous;
         --size_;
     }
 
-    void leave_group(Node* node) {
-        if (node->last == nullptr) { // no leader
-            Node* leader = leader_by_identity(node->entry.first, node->hash);
+    void leave_group(Node* node) noexcept {
+        if (!leads(node)) {
+            Node* leader = leader_by_identity(node->entry.first);
             if (leader->last == node) leader->last = node->previous;
-            return;
+        } else if (node->last == node) {
+            if (index_) index_->remove(node);
+        } else {
+            Node* heir = node->next;
+            heir->last = node->last;
+            if (index_) index_->replace(node, heir);
         }
-        Node** link = &bucket(node->hash);
-        while (*link != node) {
-            link = &(*link)->chained;
-        }
-        if (node->last == node) {
-            *link = node->chained;
-            return;
-        }
-        Node* heir = node->next;
-        heir->last = node->last;
-        heir->chained = node->chained;
-        *link = heir;
     }
 
-    void grow() {
-        const bool chained = bucketCount_ == 0;
-        makeBuckets(chained ? kFirstBuckets : bucketCount_ * 2);
+    void growIndex() {
+        auto larger = std::make_unique<Index>(index_ ? 2 * slotCount() : kFirstSlots);
+        fill(*larger);
+        index_ = std::move(larger);
+    }
+
+    void fill(Index& index) const noexcept {
         for (Node* leader = first_; leader != nullptr; leader = leader->last->next) {
-            if (chained) hashGroup(leader);
-            lead(leader, leader->last);
+            index.add(leader);
         }
     }
 
-    void hashGroup(Node* leader) {
-        const std::size_t hash = placing(leader->entry.first);
-        for (Node* node = leader; node != leader->last->next; node = node->next) {
-            node->hash = hash;
-        }
-    }
-
-    void makeBuckets(std::size_t count) {
-        if (count == 0) return;
-        buckets_.reset(new Node*[count]());
-        bucketCount_ = count;
-        chain_ = nullptr;
-    }
-
-    /// Copies the entries in their order with their stored hashes.
-    void append(const GroupedTable& source) {
-        if (source.size_ == 0) return;
-        makeBuckets(source.bucketCount_);
-        Node* leader = nullptr;
+    template <typename... Arguments>
+    void append(const GroupedTable& source, Arguments&... arguments) {
         try {
+            Node* leader = nullptr;
             for (const Node* node = source.first_; node != nullptr; node = node->next) {
-                Node* copy = new Node(node->entry.first, node->entry.second);
-                copy->hash = node->hash;
-                if (node->last != nullptr) leader = copy;
+                Node* copy = new Node(node->entry.first, arguments..., node->entry.second);
+                if (leads(node)) leader = copy;
                 append_to_group(leader, copy);
+            }
+            if (source.index_) {
+                index_ = std::make_unique<Index>(source.slotCount());
+                fill(*index_);
             }
         } catch (...) {
             clear();
@@ -293,10 +330,8 @@ private:
 
     Node* first_ = nullptr;
     Node* last_ = nullptr;
-    Node* chain_ = nullptr; // of all leaders, while there are no buckets
     std::size_t size_ = 0;
-    std::size_t bucketCount_ = 0;
-    std::unique_ptr<Node*[]> buckets_;
+    std::unique_ptr<Index> index_;
 };
 
 } // namespace qx::detail

@@ -75,4 +75,8 @@ std::size_t seeded_hash(std::string_view text) noexcept {
     return static_cast<std::size_t>(sip_hash(text, seed));
 }
 
+std::uint32_t key_hash(std::string_view text) noexcept {
+    return static_cast<std::uint32_t>(seeded_hash(text)) | 1u << 31;
+}
+
 } // namespace qx::detail

@@ -2,6 +2,8 @@
 // Internal: may change at any time.
 #pragma once
 
+#include "core/detail/SmallBlocks.h"
+
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -56,7 +58,7 @@ private:
 
     void* allocate(std::size_t size) {
         if (size > static_cast<std::size_t>(-1) - sizeof(Header)) throw std::bad_alloc();
-        auto* header = static_cast<Header*>(::operator new(sizeof(Header) + size));
+        auto* header = static_cast<Header*>(qx::detail::take_block(sizeof(Header) + size));
         header->previous = nullptr;
         header->next = first_;
         header->room = size;
@@ -70,7 +72,7 @@ private:
         Header* header = header_of(block);
         (header->previous != nullptr ? header->previous->next : first_) = header->next;
         if (header->next != nullptr) header->next->previous = header->previous;
-        ::operator delete(header);
+        qx::detail::give_block(header, sizeof(Header) + header->room);
     }
 
     Header* first_ = nullptr;

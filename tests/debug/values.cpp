@@ -111,9 +111,9 @@ int main() {
     unsigned long node[12] = {};
     node[1] = reinterpret_cast<unsigned long>(node);
     circle.words[1] = circle.words[2] = reinterpret_cast<unsigned long>(node);
-    circle.words[4] = 1UL << 30;
+    circle.words[3] = 1UL << 30;
     Broken<json::Object> hugeObject;
-    hugeObject.words[4] = ~0UL;
+    hugeObject.words[3] = ~0UL;
     Broken<qx::IntrusiveString> wildString;
     wildString.words[1] = 0x10;
     wildString.words[2] = wildString.words[3] = 1UL << 40;

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+#include "core/KeptMemory.h"
+
+#include "core/detail/SmallBlocks.h"
+
+#include <atomic>
+#include <utility>
+
+namespace qx {
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+#define GATECAST_CHECKS_ADDRESSES 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define GATECAST_CHECKS_ADDRESSES 1
+#endif
+#endif
+
+#ifdef GATECAST_CHECKS_ADDRESSES
+constexpr std::size_t kKept = 0;
+#else
+constexpr std::size_t kKept = std::size_t{2} << 20;
+#endif
+
+constexpr std::size_t kStep = 16; // sizes are rounded up to its multiples
+constexpr std::size_t kKinds = 16;
+
+struct Block {
+    Block* next;
+};
+
+/// What one thread keeps. It has no destructor, since objects are made and destroyed to the last
+/// moment of a thread; another object empties it and closes it for good.
+struct Store {
+    enum class State : unsigned char { Unused, Open, Closed };
+
+    Block* first[kKinds];
+    std::size_t bytes;
+    State state;
+};
+
+std::atomic<std::size_t> limit{kKept};
+#ifdef __GLIBC__
+// Found by an offset and not by a call. It has room for a library that is loaded late.
+[[gnu::tls_model("initial-exec")]]
+#endif
+thread_local Store store{};
+
+void release(Store& blocks) noexcept {
+    for (Block*& first : blocks.first) {
+        while (first != nullptr) {
+            ::operator delete(std::exchange(first, first->next));
+        }
+    }
+    blocks.bytes = 0;
+}
+
+struct Closing {
+    ~Closing() {
+        store.state = Store::State::Closed;
+        release(store);
+    }
+};
+
+/// From the first block on that a thread keeps, its end is waited for.
+bool open(Store& blocks) noexcept {
+    if (blocks.state == Store::State::Closed) return false;
+    blocks.state = Store::State::Open;
+    static thread_local const Closing closing;
+    static_cast<void>(closing);
+    return true;
+}
+
+constexpr std::size_t kind_of(std::size_t size) noexcept { return (size - 1) / kStep; }
+
+} // namespace
+
+void* detail::take_block(std::size_t size) {
+    const std::size_t kind = kind_of(size);
+    if (kind >= kKinds) return ::operator new(size);
+    Store& blocks = store;
+    Block* const block = blocks.first[kind];
+    if (block == nullptr) return ::operator new((kind + 1) * kStep);
+    blocks.first[kind] = block->next;
+    __builtin_prefetch(block->next); // it will be written to next
+    blocks.bytes -= (kind + 1) * kStep;
+    return block;
+}
+
+void detail::give_block(void* block, std::size_t size) noexcept {
+    const std::size_t kind = kind_of(size);
+    Store& blocks = store;
+    const std::size_t bytes = blocks.bytes + (kind + 1) * kStep;
+    const bool keep = kind < kKinds && bytes <= limit.load(std::memory_order_relaxed) &&
+                      (blocks.state == Store::State::Open || open(blocks));
+    if (!keep) {
+        ::operator delete(block);
+        return;
+    }
+    blocks.first[kind] = ::new (block) Block{blocks.first[kind]};
+    blocks.bytes = bytes;
+}
+
+void keepMemory(std::size_t bytes) noexcept { limit.store(bytes, std::memory_order_relaxed); }
+
+std::size_t keptMemory() noexcept { return store.bytes; }
+
+void releaseKeptMemory() noexcept { release(store); }
+
+} // namespace qx
