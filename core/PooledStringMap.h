@@ -272,14 +272,20 @@ protected:
 
     /// Adds an entry with no lookup of any kind: a key that is present gets a further entry.
     /// The key must be interned in the map's pool.
-    iterator insert_new(const Key& key, const T& value) { return emplace_new(key, value); }
-    /// The same with a value made of the arguments in its place.
-    template <typename... Args>
-    iterator emplace_new(const Key& key, Args&&... args) {
-        const iterator entry = table_.insert(key, std::forward<Args>(args)...);
+    iterator insert_new(const Key& key, const T& value) {
+        const iterator entry = emplace_new(key, value);
         on_insert(entry);
         return entry;
     }
+    /// The same with a value made of the arguments in its place. Calls no hook.
+    template <typename... Args>
+    iterator emplace_new(const Key& key, Args&&... args) {
+        return table_.insert(key, std::forward<Args>(args)...);
+    }
+
+    /// For a map that is about to be destroyed: takes the last entry away. Calls no hook, and
+    /// nothing may be looked up from then on.
+    void drop_last() noexcept { table_.dropLast(); }
 
     /// Removes all entries. Calls no hook.
     void clear() noexcept {

@@ -178,6 +178,7 @@ private:
     void makeRoom(std::size_t index);
     void grow(std::size_t capacity);
     void removeAt(std::size_t index);
+    void dropLast() noexcept { elements_.pop_back(); }
 
     std::vector<Variant> elements_;
     // Values in several threads may share the payload: each asks at its end whether it is the
@@ -189,7 +190,7 @@ private:
 
     union {
         const Variant* owner_ = nullptr;
-        List* nextDisposed_; // the next of those to be destroyed, once no pointer counts this one
+        std::uintptr_t nextDisposed_; // the next to be destroyed, once no pointer counts this one
     };
 };
 

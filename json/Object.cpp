@@ -149,7 +149,7 @@ void Object::setDirty(bool dirty) const noexcept {
 void Object::insert_new(const Key& key, const Variant& value) { Map::insert_new(key, value); }
 
 void Object::take_new(const Key& key, Variant& value) {
-    emplace_new(key, Variant::Relocation(), value);
+    Object::on_insert(emplace_new(key, Variant::Relocation(), value));
 }
 
 void Object::update_parent(const iterator& entry) { entry->second.setParent(this); }

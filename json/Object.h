@@ -11,6 +11,7 @@
 #include <boost/intrusive_ptr.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <utility>
 #include <vector>
@@ -133,7 +134,8 @@ protected:
     /// Adds an entry without a lookup; a key that is present gets a further one. The key must be
     /// interned.
     void insert_new(const Key& key, const Variant& value);
-    /// The same with the value's content: what is left of it may only be destroyed.
+    /// The same for an object of this very class, with the value's content: what is left of that
+    /// may only be destroyed.
     void take_new(const Key& key, Variant& value);
     /// Links values to this object.
     /// @{
@@ -148,6 +150,7 @@ protected:
 
 private:
     Object(Variant::Cloning& cloning, const Object& source);
+    void dropLast() noexcept { drop_last(); }
 
     // Values in several threads may share the payload: each asks at its end whether it is the
     // owner.
@@ -158,7 +161,7 @@ private:
 
     union {
         const Variant* owner_ = nullptr;
-        Object* nextDisposed_; // the next of those to be destroyed, once no pointer counts this one
+        std::uintptr_t nextDisposed_; // the next to be destroyed, once no pointer counts this one
     };
 };
 

@@ -775,6 +775,7 @@ private:
     static constexpr Flags kListParent = 0x0100;
     static constexpr Flags kObjectParent = 0x0200;
     static constexpr Flags kUnlinkedEntry = 0x0400;
+    static constexpr Flags kPlace = kListParent | kObjectParent | kUnlinkedEntry;
 
     union Storage {
         std::int64_t integer;
@@ -831,7 +832,9 @@ private:
     void dropContainer() noexcept;
     static void dispose(json::Object* object) noexcept;
     static void dispose(json::List* list) noexcept;
-    static void destroyWaiting(json::Object*& objects, json::List*& lists) noexcept;
+    static void destroyWaiting(std::uintptr_t& top) noexcept;
+    template <typename Container>
+    static void destroyTop(Container& container, std::uintptr_t& top) noexcept;
     bool liesDirectlyIn(const Variant& container) const;
     Variant copyToHoldIn(const Variant& holder) const;
     Variant withClonedContainer() const;

@@ -4,7 +4,9 @@
 #include "core/detail/ProcessLock.h"
 #include "json/detail/Cloning.h"
 
+#include <cstdint>
 #include <functional>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -12,12 +14,13 @@ namespace json {
 
 namespace {
 
-/// The containers that lost their last pointer while another one is being destroyed. They wait
-/// in a list linked through themselves: a peer shapes the depth, so nothing may recurse over it.
+/// The containers that lost their last pointer, each above the one that held it: a stack linked
+/// through themselves. A peer shapes the depth, so nothing may recurse over it.
 struct Disposal {
-    List* lists = nullptr;
-    Object* objects = nullptr;
+    std::uintptr_t top = 0; // an object's address, or a list's and 1
 };
+
+constexpr std::uintptr_t kList = 1;
 
 thread_local Disposal* running_disposal = nullptr;
 
@@ -137,39 +140,54 @@ private:
 } // namespace
 
 void Variant::dispose(json::Object* object) noexcept {
+    const auto link = reinterpret_cast<std::uintptr_t>(object);
     if (running_disposal != nullptr) {
-        object->nextDisposed_ = std::exchange(running_disposal->objects, object);
+        object->nextDisposed_ = std::exchange(running_disposal->top, link);
         return;
     }
     DisposalScope scope;
-    scope->objects = object;
-    object->nextDisposed_ = nullptr;
-    destroyWaiting(scope->objects, scope->lists);
+    scope->top = link;
+    object->nextDisposed_ = 0;
+    destroyWaiting(scope->top);
 }
 
 void Variant::dispose(json::List* list) noexcept {
+    const auto link = reinterpret_cast<std::uintptr_t>(list) | kList;
     if (running_disposal != nullptr) {
-        list->nextDisposed_ = std::exchange(running_disposal->lists, list);
+        list->nextDisposed_ = std::exchange(running_disposal->top, link);
         return;
     }
     DisposalScope scope;
-    scope->lists = list;
-    list->nextDisposed_ = nullptr;
-    destroyWaiting(scope->objects, scope->lists);
+    scope->top = link;
+    list->nextDisposed_ = 0;
+    destroyWaiting(scope->top);
 }
 
-void Variant::destroyWaiting(json::Object*& objects, json::List*& lists) noexcept {
-    while (objects != nullptr || lists != nullptr) {
-        if (objects != nullptr) {
-            json::Object* next = objects;
-            objects = next->nextDisposed_;
-            delete next;
+// Last things first, each entry before what it held: so the memory that is kept comes back in the
+// order in which a text is read, and the next document lies in it as this one did.
+void Variant::destroyWaiting(std::uintptr_t& top) noexcept {
+    while (top != 0) {
+        if ((top & kList) != 0) {
+            destroyTop(*reinterpret_cast<json::List*>(top - kList), top);
         } else {
-            json::List* next = lists;
-            lists = next->nextDisposed_;
-            delete next;
+            destroyTop(*reinterpret_cast<json::Object*>(top), top);
         }
     }
+}
+
+/// Empties the container as far as nothing comes to lie above it, and ends it when it is empty. A
+/// class of the application's finds its entries in its destructor.
+template <typename Container>
+void Variant::destroyTop(Container& container, std::uintptr_t& top) noexcept {
+    const std::uintptr_t own = top;
+    if (typeid(container) == typeid(Container)) {
+        while (!container.empty()) {
+            container.dropLast();
+            if (top != own) return;
+        }
+    }
+    top = container.nextDisposed_;
+    delete &container;
 }
 
 bool Variant::liesDirectlyIn(const Variant& container) const {
@@ -213,14 +231,12 @@ void Variant::detach_owner() const {
 
 void Variant::setParent(json::List* list) noexcept {
     parent_ = list;
-    setFlag(kObjectParent | kUnlinkedEntry, false);
-    setFlag(kListParent, list != nullptr);
+    setFlags((flags() & ~kPlace) | (list != nullptr ? kListParent : 0));
 }
 
 void Variant::setParent(json::Object* object) noexcept {
     parent_ = object;
-    setFlag(kListParent | kUnlinkedEntry, false);
-    setFlag(kObjectParent, object != nullptr);
+    setFlags((flags() & ~kPlace) | (object != nullptr ? kObjectParent : 0));
 }
 
 boost::intrusive_ptr<json::List> Variant::listParent() {

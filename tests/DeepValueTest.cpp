@@ -183,4 +183,39 @@ std::string name_of(const testing::TestParamInfo<Shape>& shape) {
 INSTANTIATE_TEST_SUITE_P(OfEveryShape, DeepValue,
                          testing::Values(Shape::Lists, Shape::Objects, Shape::Mixed), name_of);
 
+/// Classes of an application that look at their entries to the last.
+template <typename Container>
+struct Watched : Container {
+    explicit Watched(std::size_t* sizeAtTheEnd) : found(sizeAtTheEnd) {}
+    ~Watched() override { *found = this->size(); }
+    std::size_t* found;
+};
+
+TEST(DestroyedValue, AContainerOfAnApplicationsClassFindsItsEntriesInItsDestructor) {
+    std::size_t inObject = 0;
+    std::size_t inList = 0;
+    {
+        Variant object(boost::intrusive_ptr<json::Object>(new Watched<json::Object>(&inObject)));
+        Variant list(boost::intrusive_ptr<json::List>(new Watched<json::List>(&inList)));
+        list << 1 << 2;
+        object["a"] = deep_value(Shape::Mixed, 1, 10);
+        object["b"] = list;
+    }
+    EXPECT_EQ(2u, inObject);
+    EXPECT_EQ(2u, inList);
+}
+
+TEST(DestroyedValue, WhatIsStillHeldElsewhereOutlivesItsContainer) {
+    const auto text = boost::intrusive_ptr<qx::IntrusiveString>(new qx::IntrusiveString("text"));
+    Variant kept;
+    {
+        Variant tree;
+        tree["list"] << 1 << Variant(text) << deep_value(Shape::Mixed, 7, 10);
+        tree["list"] << deep_value(Shape::Objects, 8, 10);
+        kept = std::as_const(tree)["list"][2];
+    }
+    EXPECT_EQ(1u, text->use_count());
+    EXPECT_TRUE(innermost(kept) == 7);
+}
+
 } // namespace

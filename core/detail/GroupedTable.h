@@ -207,6 +207,13 @@ public:
         return iterator(next);
     }
 
+    /// Takes the last node away without a look at its group: nothing may be found from then on.
+    void dropLast() noexcept {
+        Node* node = last_;
+        unlink(node);
+        delete node;
+    }
+
     void clear() noexcept {
         // Detached first: what a value does as it goes must not find half a table.
         Node* node = std::exchange(first_, nullptr);
