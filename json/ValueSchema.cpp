@@ -223,9 +223,9 @@ const Schema& Object::schema() const {
 }
 
 const Variant& Object::auto_value_for(const Key& key) const {
-    if (owner() == nullptr) return Map::auto_value_for(key);
+    if (owner() == nullptr) return Variant::Empty;
     const boost::intrusive_ptr<Schema> property = schema().property(key);
-    return property ? Variant::markedDefault(*property) : Map::auto_value_for(key);
+    return property ? Variant::markedDefault(*property) : Variant::Empty;
 }
 
 void Object::update_schema(const iterator& entry) {

@@ -277,8 +277,9 @@ void Conversation::handleParseResult(const Variant& value) {
     const Request request = pendingRequests[id].request;
     // Intended: a response without an id is always checked, one to an unknown id never.
     // Held by ConversationReceiving.ChecksAResponseWithoutAnIdAlsoWhenNothingIsStored.
-    Schema::ValidationResult result;
-    if (id == NO_ID || !request.empty()) result = response.validateResult(request.methodName());
+    const bool checked = id == NO_ID || !request.empty();
+    const Schema::ValidationResult result =
+        checked ? response.validateResult(request.methodName()) : Schema::ValidationResult();
     notifyResponse(request, response, result);
 
     // Intended: the flag that counts is the one that a listener may have set meanwhile.
