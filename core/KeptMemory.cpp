@@ -24,7 +24,8 @@ constexpr std::size_t kKept = 0;
 constexpr std::size_t kKept = std::size_t{2} << 20;
 #endif
 
-constexpr std::size_t kStep = 16; // sizes are rounded up to its multiples
+constexpr std::size_t kStep = 16; // between the sizes, each half a step above a multiple: so they
+                                  // fill what heaps that keep a word for themselves hand out
 constexpr std::size_t kKinds = 16;
 
 struct Block {
@@ -73,7 +74,8 @@ bool open(Store& blocks) noexcept {
     return true;
 }
 
-constexpr std::size_t kind_of(std::size_t size) noexcept { return (size - 1) / kStep; }
+constexpr std::size_t kind_of(std::size_t size) noexcept { return (size + kStep / 2 - 1) / kStep; }
+constexpr std::size_t bytes_of(std::size_t kind) noexcept { return kind * kStep + kStep / 2; }
 
 } // namespace
 
@@ -82,17 +84,17 @@ void* detail::take_block(std::size_t size) {
     if (kind >= kKinds) return ::operator new(size);
     Store& blocks = store;
     Block* const block = blocks.first[kind];
-    if (block == nullptr) return ::operator new((kind + 1) * kStep);
+    if (block == nullptr) return ::operator new(bytes_of(kind));
     blocks.first[kind] = block->next;
     __builtin_prefetch(block->next); // it will be written to next
-    blocks.bytes -= (kind + 1) * kStep;
+    blocks.bytes -= bytes_of(kind);
     return block;
 }
 
 void detail::give_block(void* block, std::size_t size) noexcept {
     const std::size_t kind = kind_of(size);
     Store& blocks = store;
-    const std::size_t bytes = blocks.bytes + (kind + 1) * kStep;
+    const std::size_t bytes = blocks.bytes + bytes_of(kind);
     const bool keep = kind < kKinds && bytes <= limit.load(std::memory_order_relaxed) &&
                       (blocks.state == Store::State::Open || open(blocks));
     if (!keep) {

@@ -77,16 +77,17 @@ public:
     const Pointer& intern(std::string_view key) {
         const detail::ProcessLock<std::mutex> lock(mutex_);
         // Documents repeat few keys: most of them are found without a hash.
-        Recent& recent = recent_[shape(key)];
-        for (const Pointer* known : recent) {
-            if (known != nullptr && view(*known) == key) return *known;
+        const Shape shape(key);
+        std::array<Recent, 2>& recent = recent_[shape.place()];
+        for (const Recent& known : recent) {
+            if (known.shape == shape && known.isText(key)) return *known.entry;
         }
         key = key.substr(0, key.find('\0'));
         auto found = strings_.find(key, TextHash(), TextEquals());
         if (found == strings_.end()) {
             found = strings_.insert(Pointer(new S(key.data(), key.size()))).first;
         }
-        recent = {&*found, recent[0]};
+        if (key.size() == shape.size) recent = {Recent{shape, &*found}, recent[0]};
         return *found;
     }
     /// @}
@@ -107,29 +108,46 @@ public:
 private:
     static constexpr std::size_t kFirstBuckets = 11;
 
-    using Recent = std::array<const Pointer*, 2>;
     static constexpr std::size_t kShapes = 256;
-    static constexpr int kShapeShift = 64 - 8;
 
-    /// Tells most keys of a document apart by their lengths, first and last bytes. Who makes them
-    /// agree gains nothing: then they are found by the hash.
-    static std::size_t shape(std::string_view key) noexcept {
-        std::uint64_t first = 0;
-        std::uint64_t last = 0;
-        if (key.size() >= 8) {
-            std::memcpy(&first, key.data(), 8);
-            std::memcpy(&last, key.data() + key.size() - 8, 8);
-        } else if (key.size() >= 4) {
-            std::memcpy(&first, key.data(), 4);
-            std::memcpy(&last, key.data() + key.size() - 4, 4);
-        } else {
-            for (const char c : key) {
-                first = first << 8 | static_cast<unsigned char>(c);
+    /// The length of a text, its first and its last 8 bytes: up to 16 bytes it is the text. Who
+    /// makes longer keys agree gains nothing: then they are found by the hash.
+    struct Shape {
+        Shape() = default;
+        explicit Shape(std::string_view key) noexcept : size(key.size()) {
+            if (size >= 8) {
+                std::memcpy(&first, key.data(), 8);
+                std::memcpy(&last, key.data() + size - 8, 8);
+            } else if (size >= 4) {
+                std::memcpy(&first, key.data(), 4);
+                std::memcpy(&last, key.data() + size - 4, 4);
+            } else {
+                for (const char c : key) {
+                    first = first << 8 | static_cast<unsigned char>(c);
+                }
             }
         }
-        const std::uint64_t mixed = (first ^ (last << 29 | last >> 35)) + key.size();
-        return static_cast<std::size_t>((mixed * 0x9e3779b97f4a7c15u) >> kShapeShift);
-    }
+        std::size_t place() const noexcept {
+            const std::uint64_t mixed = (first ^ (last << 29 | last >> 35)) + size;
+            return static_cast<std::size_t>((mixed * 0x9e3779b97f4a7c15u) >> 56) % kShapes;
+        }
+        bool operator==(const Shape& right) const noexcept {
+            return size == right.size && first == right.first && last == right.last;
+        }
+
+        std::size_t size = static_cast<std::size_t>(-1); // of no key
+        std::uint64_t first = 0;
+        std::uint64_t last = 0;
+    };
+    struct Recent {
+        /// Of a key of that shape.
+        bool isText(std::string_view key) const noexcept {
+            return shape.size <= 16 || view(*entry) == key;
+        }
+
+        Shape shape;
+        const Pointer* entry = nullptr;
+    };
 
     static std::string_view view(const Pointer& key) noexcept {
         return {key->c_str(), key->length()};
@@ -156,7 +174,7 @@ private:
 
     mutable std::mutex mutex_;
     boost::unordered_set<Pointer, TextHash, TextEquals> strings_; // entries never move
-    std::array<Recent, kShapes> recent_{};                        // the latest two of each shape
+    std::array<std::array<Recent, 2>, kShapes> recent_;           // the latest two of each shape
 };
 
 /// The pool of keys of the whole program, built on first use and never destroyed.

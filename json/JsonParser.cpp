@@ -276,6 +276,11 @@ struct JsonParser::Stack {
     Stack& operator=(const Stack&) = delete;
 
     Variant& claim() {
+        if (top_ != lastMade_ && used_ != 0) { // the next slot of the row was made before
+            ++used_;
+            ++depth_;
+            return *++top_;
+        }
         if (used_ == kRowSlots) {
             if (row_ == further_.size()) further_.push_back(std::make_unique<Row>());
             ++row_;
@@ -291,9 +296,10 @@ struct JsonParser::Stack {
     Variant& top() { return *top_; }
     Variant& pop() {
         if (depth_ == 0) return emptySlot_;
-        Variant& popped = top();
         --depth_;
-        if (--used_ == 0 && row_ > 0) {
+        if (--used_ != 0) return *top_--;
+        Variant& popped = *top_;
+        if (row_ > 0) {
             --row_;
             used_ = kRowSlots;
         }
@@ -316,7 +322,11 @@ private:
     using Row = boost::container::static_vector<Variant, kRowSlots>;
 
     Row& rowAt(std::size_t row) noexcept { return row == 0 ? first_ : *further_[row - 1]; }
-    void findTop() noexcept { top_ = used_ == 0 ? &emptySlot_ : &rowAt(row_)[used_ - 1]; }
+    void findTop() noexcept {
+        Row& row = rowAt(row_);
+        top_ = used_ == 0 ? &emptySlot_ : &row[used_ - 1];
+        lastMade_ = row.empty() ? nullptr : &row.back();
+    }
 
     Row first_;
     std::vector<std::unique_ptr<Row>> further_;
@@ -325,6 +335,7 @@ private:
     std::uint64_t depth_ = 0;
     Variant emptySlot_;
     Variant* top_ = &emptySlot_;
+    const Variant* lastMade_ = nullptr; // slot of that row
 };
 
 Variant& JsonParser::claim() {

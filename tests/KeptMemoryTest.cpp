@@ -40,7 +40,7 @@ constexpr std::size_t kPlenty = std::size_t{1} << 20;
 TEST(KeptMemory, ADestroyedTextMakesRoomForTheNextWithoutTheHeap) {
     const Keeping keeping(kPlenty);
     delete new Text("door");
-    EXPECT_EQ((sizeof(Text) + 15) / 16 * 16, qx::keptMemory());
+    EXPECT_GE(qx::keptMemory(), sizeof(Text));
     {
         const test::AllocationLimit none(0);
         const std::unique_ptr<Text> next(new Text("bell"));
