@@ -479,7 +479,7 @@ def gatecast_printers(facts):
         places = unpack("%dQ" % (recent.type.sizeof // 8), address_of(recent))
 
         def children():
-            for place in filter(None, places):
+            for place in filter(None, places[3::4]):  # behind a length and two words of the text
                 yield "", with_marks(*string_at(word(place)))
 
         return Tree("string pool, of late", children(), "array")
