@@ -34,8 +34,14 @@ public:
     LateDefault() noexcept = default;
     explicit LateDefault(const T& value) : box_(new Box(value)) {}
     LateDefault(const LateDefault& source) : box_(source.copy()) {}
+    /// A value that was asked for stays in its place: a reader may hold a reference to it.
     LateDefault& operator=(const LateDefault& source) {
-        if (this != &source) delete box_.exchange(source.copy());
+        if (this == &source) return *this;
+        if (Box* box = box_.load(); box != nullptr) {
+            box->value = source.value();
+        } else {
+            box_.store(source.copy());
+        }
         return *this;
     }
     ~LateDefault() { delete box_.load(); }
@@ -96,7 +102,9 @@ public:
     using value_type = typename Table::value_type;
 
     /// Default value `T()`, global pool.
-    PooledStringMap() : pool_(&global_string_pool()) {}
+    PooledStringMap() : pool_(&global_string_pool()) {
+        static_assert(std::is_default_constructible_v<T>, "give a default value");
+    }
     /// The given default value, global pool.
     PooledStringMap(const T& defaultValue) : PooledStringMap(global_string_pool(), defaultValue) {}
     /// The given default value and pool.

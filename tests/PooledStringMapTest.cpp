@@ -139,6 +139,19 @@ TEST(PooledStringMap, AssignmentReplacesEntriesPoolAndDefault) {
     EXPECT_EQ("1", source["a"]);
 }
 
+// A default that was made anew would leave the reader with what was freed.
+TEST(PooledStringMap, ADefaultThatWasReadStaysInItsPlaceThroughAssignments) {
+    qx::PooledStringMap<std::string> map(std::string("other"));
+    const qx::PooledStringMap<std::string>& constant = map;
+    const std::string& missing = constant["x"];
+    map = qx::PooledStringMap<std::string>(std::string("none"));
+    EXPECT_EQ(&missing, &constant["x"]);
+    EXPECT_EQ("none", missing);
+    map = qx::PooledStringMap<std::string>();
+    EXPECT_EQ(&missing, &constant["x"]);
+    EXPECT_EQ("", missing);
+}
+
 TEST(PooledStringMap, AssignmentToItselfChangesNothing) {
     Map map;
     map.add("a", "1");
