@@ -408,10 +408,11 @@ int JsonParser::cb_string(void* parser, const unsigned char* text, std::size_t l
 
 int JsonParser::cb_map_key(void* parser, const unsigned char* text, std::size_t length) {
     JsonParser& self = parser_of(parser);
-    const std::string_view key(reinterpret_cast<const char*>(text), length);
+    const Object::Key& key =
+        self.keyPool_->intern(std::string_view(reinterpret_cast<const char*>(text), length));
     Variant& slot = self.claim();
     if (!slot.isString()) slot.leaveType(Type::String);
-    slot.string_ = self.keyPool_->intern(key); // as an assignment, but compares no texts
+    slot.string_ = key; // as an assignment, but compares no texts
     return 1;
 }
 

@@ -641,8 +641,8 @@ public:
     /// Takes the source's content over; what is left of it may only be destroyed.
     Variant(Relocation, Variant& source) noexcept;
 
-    /// For containers that are copied deeply: like a copy with a text of its own and, for now, an
-    /// empty container.
+    /// For containers that are copied deeply: like a copy with a text of its own and, for now,
+    /// without its container.
     /// @{
     class Cloning;
     Variant(Cloning& cloning, const Variant& source);
@@ -823,7 +823,6 @@ private:
     void markAssigned(bool equal) noexcept;
     void leaveType(Type next);
     bool holdsContainer() const noexcept { return isComposite() && value_.object != nullptr; }
-    bool hasPayload() const noexcept { return string_ || holdsContainer(); }
     void dropOwnContainer() noexcept;
     bool holds(const json::Object* object) const;
     bool holds(const json::List* list) const;

@@ -358,7 +358,7 @@ Variant::Variant(Cloning& cloning, const Variant& source) : schema_(source.schem
     if (type == Type::String) {
         string_ =
             source.string_ ? new qx::IntrusiveString(*source.string_) : new qx::IntrusiveString;
-    } else if (source.holdsContainer()) {
+    } else if (source.isComposite()) {
         cloning.containers().push_back({this, &source});
     } else {
         value_ = source.value_;
@@ -369,10 +369,13 @@ void Variant::Cloning::fill(std::size_t index) {
     const auto [copy, source] = containers_[index];
     inObject_ = source->isObject();
     if (inObject_) {
-        copy->value_.object = new json::Object(*this, *source->value_.object);
+        const json::Object* object = source->value_.object;
+        copy->value_.object =
+            object != nullptr ? new json::Object(*this, *object) : new json::Object;
         copy->value_.object->intrusive_add_ref();
     } else {
-        copy->value_.list = new json::List(*this, *source->value_.list);
+        const json::List* list = source->value_.list;
+        copy->value_.list = list != nullptr ? new json::List(*this, *list) : new json::List;
         copy->value_.list->intrusive_add_ref();
     }
 }

@@ -135,6 +135,21 @@ TEST_F(MemoryExhaustion, LeavesAValueAsItWasWhileItsCopyIsChanged) {
               }));
 }
 
+TEST_F(MemoryExhaustion, ADeepCopyThatFailsLeavesItsValueWithWhatItShares) {
+    struct Values : TwoValues {
+        bool unshared = false;
+    };
+    const auto make = [] { return std::make_unique<Values>(); };
+    const auto act = [](Values& values) {
+        values.copy.deepCopy();
+        values.unshared = true;
+    };
+    EXPECT_LT(10, exhaust(make, act, [](const Values& values) {
+                  const bool shares = &values.copy.objectValue() == &values.source.objectValue();
+                  EXPECT_NE(values.unshared, shares);
+              }));
+}
+
 TEST_F(MemoryExhaustion, LeavesABoundValueReadable) {
     test::import_text(R"({"id":"http://exhaust.example/bound","type":"object","properties":{
         "list":{"type":"array","items":{"type":"string","minLength":3}},

@@ -849,6 +849,23 @@ TEST(VariantSharing, OwnsTheCopiesThatADeepCopyMakes) {
     EXPECT_EQ(&value, owner_of(std::as_const(value).listValue()));
 }
 
+// A container that isn't built yet differs from an empty one, so that assigning one would mark it.
+TEST(VariantSharing, ADeepCopyBuildsWhatWasNotBuiltYet) {
+    for (const Type type : {Type::List, Type::Object}) {
+        Variant source = list_of_numbers(1, 1);
+        (source[0].*&ValueProbe::setType)(type, false);
+        Variant copy;
+        copy.deepCopy(&source);
+        ASSERT_TRUE(copy[0].dirty());
+        if (type == Type::List) {
+            copy[0] = json::List();
+        } else {
+            copy[0] = json::Object();
+        }
+        EXPECT_FALSE(copy[0].dirty()) << Variant::typeName(type);
+    }
+}
+
 TEST(VariantSharing, DeepCopiesAScalarAsACopy) {
     const Variant source(5);
     Variant copy;
