@@ -10,15 +10,16 @@ namespace qx {
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
-#define GATECAST_CHECKS_ADDRESSES 1
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define GATECAST_CHECKS_MEMORY 1
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define GATECAST_CHECKS_ADDRESSES 1
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ||                         \
+    __has_feature(memory_sanitizer)
+#define GATECAST_CHECKS_MEMORY 1
 #endif
 #endif
 
-#ifdef GATECAST_CHECKS_ADDRESSES
+#ifdef GATECAST_CHECKS_MEMORY
 constexpr std::size_t kKept = 0;
 #else
 constexpr std::size_t kKept = std::size_t{2} << 20;

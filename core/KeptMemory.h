@@ -12,8 +12,8 @@ namespace qx {
 /// little. What is beyond goes back to the heap at once, and all of it when the thread ends.
 ///
 /// 2 MiB unless it is said here; 0 keeps nothing, which is what a memory checker wants: in kept
-/// memory it doesn't see a use after the end. A library that is built with AddressSanitizer keeps
-/// nothing by itself.
+/// memory it doesn't see a use after the end. A library that is built with the sanitizer for
+/// addresses, threads or uninitialized memory keeps nothing by itself.
 /// Threads: any thread; each goes by it from the next object on that it destroys. What it has kept
 /// by then stays until it is used or released.
 GATECAST_EXPORT void keepMemory(std::size_t bytes) noexcept;

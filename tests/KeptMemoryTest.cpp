@@ -137,6 +137,17 @@ TEST(KeptMemory, ATextCanBeMadeInAPlaceOfTheCallers) {
     text->~Text();
 }
 
+TEST(KeptMemory, ATextCanBeAskedForWithoutAnException) {
+    const Keeping keeping(kPlenty);
+    std::unique_ptr<Text> text(new (std::nothrow) Text("door"));
+    ASSERT_NE(nullptr, text);
+    text.reset();
+    EXPECT_GT(qx::keptMemory(), 0u);
+    qx::releaseKeptMemory();
+    const test::AllocationLimit none(0);
+    EXPECT_EQ(nullptr, new (std::nothrow) Text);
+}
+
 /// Lives longer than what its thread keeps, if the thread makes it first.
 struct LastOfThread {
     ~LastOfThread() {

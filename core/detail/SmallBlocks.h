@@ -25,6 +25,16 @@ public:
     // What a class with a `new` of its own would hide.
     static void* operator new(std::size_t, void* place) noexcept { return place; }
     static void operator delete(void*, void*) noexcept {}
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+        try {
+            return take_block(size);
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
+    }
+    static void operator delete(void* block, const std::nothrow_t&) noexcept {
+        ::operator delete(block);
+    }
     static void* operator new(std::size_t size, std::align_val_t alignment) {
         return ::operator new(size, alignment);
     }
