@@ -831,6 +831,8 @@ private:
     void dropContainer() noexcept;
     static void dispose(json::Object* object) noexcept;
     static void dispose(json::List* list) noexcept;
+    template <typename Container>
+    static void disposeOf(Container& container, std::uintptr_t kind) noexcept;
     static void destroyWaiting(std::uintptr_t& top) noexcept;
     template <typename Container>
     static void destroyTop(Container& container, std::uintptr_t& top) noexcept;

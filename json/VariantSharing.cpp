@@ -14,15 +14,12 @@ namespace json {
 
 namespace {
 
-/// The containers that lost their last pointer, each above the one that held it: a stack linked
-/// through themselves. A peer shapes the depth, so nothing may recurse over it.
-struct Disposal {
-    std::uintptr_t top = 0; // an object's address, or a list's and 1
-};
+/// The containers that lost their last pointer while another one is being destroyed, each above the
+/// one that held it: a stack linked through themselves. A peer shapes the depth, so nothing may
+/// recurse over it. An object stands for itself, a list for its address and 1.
+thread_local std::uintptr_t* waiting_containers = nullptr;
 
 constexpr std::uintptr_t kList = 1;
-
-thread_local Disposal* running_disposal = nullptr;
 
 } // namespace
 
@@ -121,46 +118,20 @@ void Variant::dropContainer() noexcept {
     }
 }
 
-namespace {
+void Variant::dispose(json::Object* object) noexcept { disposeOf(*object, 0); }
+void Variant::dispose(json::List* list) noexcept { disposeOf(*list, kList); }
 
-/// Destroys what waits, and what that leaves behind, one after the other.
-class DisposalScope {
-public:
-    DisposalScope() { running_disposal = &disposal_; }
-    ~DisposalScope() { running_disposal = nullptr; }
-    DisposalScope(const DisposalScope&) = delete;
-    DisposalScope& operator=(const DisposalScope&) = delete;
-
-    Disposal* operator->() { return &disposal_; }
-
-private:
-    Disposal disposal_;
-};
-
-} // namespace
-
-void Variant::dispose(json::Object* object) noexcept {
-    const auto link = reinterpret_cast<std::uintptr_t>(object);
-    if (running_disposal != nullptr) {
-        object->nextDisposed_ = std::exchange(running_disposal->top, link);
+template <typename Container>
+void Variant::disposeOf(Container& container, std::uintptr_t kind) noexcept {
+    std::uintptr_t top = reinterpret_cast<std::uintptr_t>(&container) | kind;
+    if (waiting_containers != nullptr) {
+        container.nextDisposed_ = std::exchange(*waiting_containers, top);
         return;
     }
-    DisposalScope scope;
-    scope->top = link;
-    object->nextDisposed_ = 0;
-    destroyWaiting(scope->top);
-}
-
-void Variant::dispose(json::List* list) noexcept {
-    const auto link = reinterpret_cast<std::uintptr_t>(list) | kList;
-    if (running_disposal != nullptr) {
-        list->nextDisposed_ = std::exchange(running_disposal->top, link);
-        return;
-    }
-    DisposalScope scope;
-    scope->top = link;
-    list->nextDisposed_ = 0;
-    destroyWaiting(scope->top);
+    container.nextDisposed_ = 0;
+    waiting_containers = &top;
+    destroyWaiting(top);
+    waiting_containers = nullptr;
 }
 
 // Last things first, each entry before what it held: so the memory that is kept comes back in the
