@@ -75,7 +75,10 @@ bool open(Store& blocks) noexcept {
     return true;
 }
 
-constexpr std::size_t kind_of(std::size_t size) noexcept { return (size + kStep / 2 - 1) / kStep; }
+/// Adds nothing to the size: that would make a small one of the largest.
+constexpr std::size_t kind_of(std::size_t size) noexcept {
+    return size / kStep + (size % kStep > kStep / 2 ? 1 : 0);
+}
 constexpr std::size_t bytes_of(std::size_t kind) noexcept { return kind * kStep + kStep / 2; }
 
 } // namespace

@@ -80,7 +80,7 @@ public:
         const Shape shape(key);
         std::array<Recent, 2>& recent = recent_[shape.place()];
         for (const Recent& known : recent) {
-            if (known.shape == shape && known.isText(key)) return *known.entry;
+            if (known.shape == shape && view(*known.entry) == key) return *known.entry;
         }
         key = key.substr(0, key.find('\0'));
         auto found = strings_.find(key, TextHash(), TextEquals());
@@ -110,8 +110,8 @@ private:
 
     static constexpr std::size_t kShapes = 256;
 
-    /// The length of a text, its first and its last 8 bytes: up to 16 bytes it is the text. Who
-    /// makes longer keys agree gains nothing: then they are found by the hash.
+    /// The length of a text, its first and its last 8 bytes: few keys of a document agree in that.
+    /// Who makes them agree gains nothing: then they are found by the hash.
     struct Shape {
         Shape() = default;
         explicit Shape(std::string_view key) noexcept : size(key.size()) {
@@ -140,12 +140,7 @@ private:
         std::uint64_t last = 0;
     };
     struct Recent {
-        /// Of a key of that shape.
-        bool isText(std::string_view key) const noexcept {
-            return shape.size <= 16 || view(*entry) == key;
-        }
-
-        Shape shape;
+        Shape shape; // what it was: somebody may have changed the text since then
         const Pointer* entry = nullptr;
     };
 

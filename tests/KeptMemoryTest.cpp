@@ -2,6 +2,7 @@
 #include "core/KeptMemory.h"
 
 #include "core/IntrusiveString.h"
+#include "core/detail/SmallBlocks.h"
 #include "support/FailingMemory.h"
 #include "json/JsonParser.h"
 #include "json/Variant.h"
@@ -146,6 +147,14 @@ TEST(KeptMemory, ATextCanBeAskedForWithoutAnException) {
     qx::releaseKeptMemory();
     const test::AllocationLimit none(0);
     EXPECT_EQ(nullptr, new (std::nothrow) Text);
+}
+
+TEST(KeptMemory, ARequestBeyondAllMemoryGetsNoSmallBlock) {
+    const Keeping keeping(kPlenty);
+    qx::detail::give_block(qx::detail::take_block(1), 1);
+    EXPECT_GT(qx::keptMemory(), 0u);
+    const test::AllocationLimit none(0);
+    EXPECT_THROW(qx::detail::take_block(static_cast<std::size_t>(-1)), std::bad_alloc);
 }
 
 /// Lives longer than what its thread keeps, if the thread makes it first.

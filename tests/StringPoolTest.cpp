@@ -118,6 +118,14 @@ TEST(StringPool, FindsTextsAgainThatBeginAlike) {
     EXPECT_EQ(2000u, pool.size());
 }
 
+// A bound value writes into the text that it shares. Who asks for the old text must not get that.
+TEST(StringPool, AStringWhoseTextWasChangedNoLongerAnswersForTheOldOne) {
+    Pool pool;
+    const Pointer changed = pool.intern("door");
+    *changed = "bell";
+    EXPECT_STREQ("door", pool.intern("door")->c_str());
+}
+
 TEST(StringPool, AStringThatSomebodyHoldsOutlivesThePool) {
     Pointer key;
     {
