@@ -349,6 +349,10 @@ Variant& JsonParser::claim() {
 }
 
 bool JsonParser::pushValue(const Variant& value) {
+    if (stack_->top().isList()) {
+        stack_->top().listValue() << value; // sees whether the value holds that very list
+        return true;
+    }
     Variant copy(value);
     return takeValue(copy);
 }
@@ -411,8 +415,10 @@ int JsonParser::cb_map_key(void* parser, const unsigned char* text, std::size_t 
     const Object::Key& key =
         self.keyPool_->intern(std::string_view(reinterpret_cast<const char*>(text), length));
     Variant& slot = self.claim();
-    if (!slot.isString()) slot.leaveType(Type::String);
-    slot.string_ = key; // as an assignment, but compares no texts
+    // As an assignment, but compares no texts: in the pool equal ones are one object.
+    slot.markAssigned(slot.isString() && slot.string_ == key);
+    slot.leaveType(Type::String);
+    slot.string_ = key;
     return 1;
 }
 

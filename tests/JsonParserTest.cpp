@@ -704,6 +704,28 @@ TEST(JsonParser, LeavesAResultThatWasBoundToASchemaAlone) {
     }
 }
 
+// A list that held itself would never end; a bound one isn't cloned by the write.
+TEST(JsonParser, PushesAListIntoItselfAsACopy) {
+    for (const bool bound : {false, true}) {
+        OpenParser parser;
+        parser.parse("[1]");
+        const Variant& result = parser.parseComplete();
+        if (bound) result.attachSchema(any_schema());
+        EXPECT_TRUE(parser.pushValue(result));
+        EXPECT_EQ("[1,[1]]", sorted_text(result));
+    }
+}
+
+TEST(JsonParser, AKeyIsAssignedToItsPlace) {
+    OpenParser parser;
+    for (int round = 0; round < 2; ++round) {
+        parser.reset();
+        parser.parse("[]");
+        parser.cb_map_key(&parser, bytes("door"), 4);
+        EXPECT_EQ(round == 0, parser.parseComplete().dirty()) << "an equal text marks it clean";
+    }
+}
+
 TEST(JsonParser, LeavesAResultThatIsChangedByItsReaderAlone) {
     JsonParser parser;
     parser.parse("[1]");
