@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "core/detail/SmallBlocks.h"
+
 #include <atomic>
 #include <cstdint>
 
@@ -31,7 +33,7 @@ inline bool is_single_threaded() noexcept {
 /// A new object has count 0, and nothing holds a count for its creator: hand it to a
 /// `boost::intrusive_ptr` at once. Copying or assigning an object never touches the count.
 /// Threads: any thread may count; the object itself has its own rules.
-class IntrusiveObject {
+class IntrusiveObject : public detail::SmallObject {
 public:
     IntrusiveObject() noexcept = default;
     /// A copy begins with a count of its own, 0.

@@ -4,7 +4,6 @@
 #include "core/Export.h"
 #include "core/IntrusiveObject.h"
 #include "core/detail/SeededHash.h"
-#include "core/detail/SmallBlocks.h"
 
 #include <boost/intrusive_ptr.hpp>
 
@@ -24,7 +23,7 @@ class GroupedTable;
 /// `boost::intrusive_ptr<qx::IntrusiveString>` is the usual way to share one; a null pointer is
 /// legal wherever a key or a text is passed and means the empty text.
 /// Threads: one at a time; only the count may be reached from any thread.
-class GATECAST_EXPORT IntrusiveString : public IntrusiveObject, public detail::SmallObject {
+class GATECAST_EXPORT IntrusiveString : public IntrusiveObject {
 public:
     /// The empty text.
     IntrusiveString() = default;

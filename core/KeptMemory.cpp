@@ -75,17 +75,15 @@ bool open(Store& blocks) noexcept {
     return true;
 }
 
-/// Adds nothing to the size: that would make a small one of the largest.
-constexpr std::size_t kind_of(std::size_t size) noexcept {
-    return size / kStep + (size % kStep > kStep / 2 ? 1 : 0);
-}
+constexpr std::size_t kind_of(std::size_t size) noexcept { return (size + kStep / 2 - 1) / kStep; }
 constexpr std::size_t bytes_of(std::size_t kind) noexcept { return kind * kStep + kStep / 2; }
+constexpr std::size_t kLargest = bytes_of(kKinds - 1);
 
 } // namespace
 
 void* detail::take_block(std::size_t size) {
+    if (size > kLargest) return ::operator new(size);
     const std::size_t kind = kind_of(size);
-    if (kind >= kKinds) return ::operator new(size);
     Store& blocks = store;
     Block* const block = blocks.first[kind];
     if (block == nullptr) return ::operator new(bytes_of(kind));
@@ -99,7 +97,7 @@ void detail::give_block(void* block, std::size_t size) noexcept {
     const std::size_t kind = kind_of(size);
     Store& blocks = store;
     const std::size_t bytes = blocks.bytes + bytes_of(kind);
-    const bool keep = kind < kKinds && bytes <= limit.load(std::memory_order_relaxed) &&
+    const bool keep = size <= kLargest && bytes <= limit.load(std::memory_order_relaxed) &&
                       (blocks.state == Store::State::Open || open(blocks));
     if (!keep) {
         ::operator delete(block);

@@ -7,9 +7,10 @@
 
 namespace qx {
 
-/// How many bytes of small objects (texts, lists, objects and their entries) a thread keeps, once
-/// it has destroyed them, for the next ones that it makes: a parse or a call then asks the heap for
-/// little. What is beyond goes back to the heap at once, and all of it when the thread ends.
+/// How many bytes of small objects (texts, lists, objects, their entries, and whatever else derives
+/// from `qx::IntrusiveObject`) a thread keeps, once it has destroyed them, for the next ones that
+/// it makes: a parse or a call then asks the heap for little. What is beyond goes back to the heap
+/// at once, and all of it when the thread ends.
 ///
 /// 2 MiB unless it is said here; 0 keeps nothing, which is what a memory checker wants: in kept
 /// memory it doesn't see a use after the end. A library that is built with the sanitizer for

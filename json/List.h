@@ -19,7 +19,7 @@ namespace json {
 /// A list that a value holds is reached through that value; a reference kept from an earlier
 /// access doesn't know of copy on write. Arguments may lie inside the list that is changed.
 /// Threads: one at a time.
-class GATECAST_EXPORT List : public qx::IntrusiveObject, public qx::detail::SmallObject {
+class GATECAST_EXPORT List : public qx::IntrusiveObject {
 public:
     /// A place in the array.
     using iterator = std::vector<Variant>::iterator;

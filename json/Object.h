@@ -27,9 +27,7 @@ namespace json {
 /// is changed.
 /// Threads: one at a time. A const lookup of a missing key interns it, and the pool of keys is
 /// shared by all objects.
-class GATECAST_EXPORT Object : public qx::PooledStringMap<Variant>,
-                               public qx::IntrusiveObject,
-                               public qx::detail::SmallObject {
+class GATECAST_EXPORT Object : public qx::PooledStringMap<Variant>, public qx::IntrusiveObject {
 public:
     /// What keeps the entries.
     using Map = qx::PooledStringMap<Variant>;

@@ -49,60 +49,66 @@ private:
     /// own on. Of equal hashes the latest leader comes first.
     class Index {
     public:
-        explicit Index(std::size_t slots) : slots_(slots) {}
+        explicit Index(std::size_t slots) : hashes_(slots), leaders_(slots) {}
 
-        std::size_t slotCount() const noexcept { return slots_.size(); }
+        std::size_t slotCount() const noexcept { return leaders_.size(); }
         /// Whether one more would leave less than a third of the slots free: searches stay short.
-        bool isFull() const noexcept { return 3 * (leaders_ + 1) > 2 * slots_.size(); }
+        bool isFull() const noexcept { return 3 * (count_ + 1) > 2 * slotCount(); }
 
         template <typename Matches>
-        Node* find(std::size_t hash, Matches matches) const {
+        Node* find(std::uint32_t hash, Matches matches) const {
             std::size_t at = own(hash);
-            while (slots_[at] != nullptr && !matches(slots_[at])) {
+            while (!isFree(at) && !(hashes_[at] == hash && matches(leaders_[at]))) {
                 at = behind(at);
             }
-            return slots_[at];
+            return leaders_[at];
         }
         void add(Node* leader) noexcept {
-            const std::size_t hash = place_of(leader->entry.first);
+            const std::uint32_t hash = hash_of(leader->entry.first);
             std::size_t at = own(hash);
-            for (; slots_[at] != nullptr; at = behind(at)) {
-                if (place_of(slots_[at]->entry.first) == hash) std::swap(slots_[at], leader);
+            for (; !isFree(at); at = behind(at)) {
+                if (hashes_[at] == hash) std::swap(leaders_[at], leader);
             }
-            slots_[at] = leader;
-            ++leaders_;
+            put(at, hash, leader);
+            ++count_;
         }
-        void replace(const Node* leader, Node* heir) noexcept { slots_[slotOf(leader)] = heir; }
+        void replace(const Node* leader, Node* heir) noexcept { leaders_[slotOf(leader)] = heir; }
         /// Moves up those that were kept from their own slots.
         void remove(const Node* leader) noexcept {
             std::size_t gap = slotOf(leader);
-            for (std::size_t at = behind(gap); slots_[at] != nullptr; at = behind(at)) {
-                const std::size_t wanted = own(place_of(slots_[at]->entry.first));
+            for (std::size_t at = behind(gap); !isFree(at); at = behind(at)) {
+                const std::size_t wanted = own(hashes_[at]);
                 if (distance(wanted, at) < distance(gap, at)) continue;
-                slots_[gap] = slots_[at];
+                put(gap, hashes_[at], leaders_[at]);
                 gap = at;
             }
-            slots_[gap] = nullptr;
-            --leaders_;
+            put(gap, 0, nullptr);
+            --count_;
         }
 
     private:
         // The number of slots is a power of two.
-        std::size_t own(std::size_t hash) const noexcept { return hash & (slots_.size() - 1); }
+        std::size_t own(std::size_t hash) const noexcept { return hash & (slotCount() - 1); }
         std::size_t behind(std::size_t at) const noexcept { return own(at + 1); }
         std::size_t distance(std::size_t from, std::size_t to) const noexcept {
             return own(to - from);
         }
+        bool isFree(std::size_t at) const noexcept { return hashes_[at] == 0; }
+        void put(std::size_t at, std::uint32_t hash, Node* leader) noexcept {
+            hashes_[at] = hash;
+            leaders_[at] = leader;
+        }
         std::size_t slotOf(const Node* leader) const noexcept {
-            std::size_t at = own(place_of(leader->entry.first));
-            while (slots_[at] != leader) {
+            std::size_t at = own(hash_of(leader->entry.first));
+            while (leaders_[at] != leader) {
                 at = behind(at);
             }
             return at;
         }
 
-        std::vector<Node*> slots_;
-        std::size_t leaders_ = 0;
+        std::vector<std::uint32_t> hashes_; // 0 in a free slot, as the hash of no key
+        std::vector<Node*> leaders_;
+        std::size_t count_ = 0;
     };
 
     template <typename Value>
@@ -241,15 +247,14 @@ private:
         const char* own = text_of(node->entry.first);
         return *own == *text && std::strcmp(own, text) == 0; // the first byte tells most apart
     }
-    static std::size_t place_of(const char* text) noexcept { return key_hash(text); }
-    static std::size_t place_of(const Key& key) noexcept {
-        return key ? key->key_hash_.of(key->c_str()) : place_of("");
+    static std::uint32_t hash_of(const Key& key) noexcept {
+        return key ? key->key_hash_.of(key->c_str()) : key_hash("");
     }
     static bool leads(const Node* node) { return node->last != nullptr; }
 
     Node* leader_by_text(const char* text) const {
         if (index_) {
-            return index_->find(place_of(text), [&](Node* node) { return has_text(node, text); });
+            return index_->find(key_hash(text), [&](Node* node) { return has_text(node, text); });
         }
         Node* node = last_;
         while (node != nullptr && !(has_text(node, text) && leads(node))) {
@@ -261,7 +266,7 @@ private:
     Node* leader_by_identity(const Key& key) const {
         const PooledStringEquals<IntrusiveString> same;
         if (index_) {
-            return index_->find(place_of(key),
+            return index_->find(hash_of(key),
                                 [&](Node* node) { return same(node->entry.first, key); });
         }
         Node* node = last_;
@@ -306,28 +311,24 @@ private:
 
     void growIndex() {
         auto larger = std::make_unique<Index>(index_ ? 2 * slotCount() : kFirstSlots);
-        fill(*larger);
-        index_ = std::move(larger);
-    }
-
-    void fill(Index& index) const noexcept {
         for (Node* leader = first_; leader != nullptr; leader = leader->last->next) {
-            index.add(leader);
+            larger->add(leader);
         }
+        index_ = std::move(larger);
     }
 
     template <typename... Arguments>
     void append(const GroupedTable& source, Arguments&... arguments) {
         try {
+            if (source.index_) index_ = std::make_unique<Index>(source.slotCount());
             Node* leader = nullptr;
             for (const Node* node = source.first_; node != nullptr; node = node->next) {
                 Node* copy = new Node(node->entry.first, arguments..., node->entry.second);
-                if (leads(node)) leader = copy;
+                if (leads(node)) {
+                    leader = copy;
+                    if (index_) index_->add(copy);
+                }
                 append_to_group(leader, copy);
-            }
-            if (source.index_) {
-                index_ = std::make_unique<Index>(source.slotCount());
-                fill(*index_);
             }
         } catch (...) {
             clear();
