@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The one place where values reach up to the schema engine.
 #include "schema/Schema.h"
-#include "json/detail/Cloning.h"
+#include "json/Variant.h"
 
 #include <boost/container/small_vector.hpp>
 
@@ -179,16 +179,6 @@ void Variant::attach_owner() const {
     Binding binding;
     binding.link(*this);
     binding.finish();
-}
-
-/// Children first, each as `attach_owner` does.
-void Variant::attachOwners(const Cloning& cloning) {
-    Binding binding;
-    const auto& parentsFirst = cloning.containers();
-    for (auto container = parentsFirst.rbegin(); container != parentsFirst.rend(); ++container) {
-        binding.link(*container->copy);
-        binding.finish();
-    }
 }
 
 // ----- List --------------------------------------------------------------------------------------

@@ -733,8 +733,6 @@ protected:
     void release();
     /// Makes this value the owner of its container.
     void attach_owner() const;
-    /// The same for what was copied deeply.
-    static void attachOwners(const Cloning& cloning);
     /// Undoes it; nothing when another value is the owner.
     void detach_owner() const;
     /// Links the value to the container, null unlinks it.

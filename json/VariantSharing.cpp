@@ -4,6 +4,7 @@
 #include "core/detail/ProcessLock.h"
 #include "json/detail/Cloning.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <typeinfo>
@@ -308,16 +309,13 @@ Variant& Variant::deepCopy(const Variant* source) {
     if (!holdsContainer()) return *this;
     Cloning cloning;
     Variant root(cloning, *this);
-    for (std::size_t i = 0; i < cloning.containers().size(); ++i) {
-        cloning.fill(i);
-    }
+    cloning.run();
     if (isObject()) {
         storeContainer(boost::intrusive_ptr<json::Object>(root.value_.object));
     } else {
         storeContainer(boost::intrusive_ptr<json::List>(root.value_.list));
     }
-    cloning.containers().front().copy = this;
-    attachOwners(cloning);
+    attach_owner();
     return *this;
 }
 
@@ -330,24 +328,40 @@ Variant::Variant(Cloning& cloning, const Variant& source) : schema_(source.schem
         string_ =
             source.string_ ? new qx::IntrusiveString(*source.string_) : new qx::IntrusiveString;
     } else if (source.isComposite()) {
-        cloning.containers().push_back({this, &source});
+        cloning.add(*this, source);
     } else {
         value_ = source.value_;
     }
 }
 
-void Variant::Cloning::fill(std::size_t index) {
-    const auto [copy, source] = containers_[index];
-    inObject_ = source->isObject();
+void Variant::Cloning::run() {
+    while (!waiting_.empty()) {
+        const std::size_t above = waiting_.size();
+        Container& next = waiting_.back();
+        if (!next.filled) {
+            next.filled = true;
+            fill(*next.copy, *next.source);
+            // The last one waits on top: turned round, the first one's turn comes first.
+            std::reverse(waiting_.begin() + static_cast<std::ptrdiff_t>(above), waiting_.end());
+        }
+        if (waiting_.size() == above) {
+            if (above > 1) waiting_.back().copy->attach_owner();
+            waiting_.pop_back();
+        }
+    }
+}
+
+void Variant::Cloning::fill(Variant& copy, const Variant& source) {
+    inObject_ = source.isObject();
     if (inObject_) {
-        const json::Object* object = source->value_.object;
-        copy->value_.object =
+        const json::Object* object = source.value_.object;
+        copy.value_.object =
             object != nullptr ? new json::Object(*this, *object) : new json::Object;
-        copy->value_.object->intrusive_add_ref();
+        copy.value_.object->intrusive_add_ref();
     } else {
-        const json::List* list = source->value_.list;
-        copy->value_.list = list != nullptr ? new json::List(*this, *list) : new json::List;
-        copy->value_.list->intrusive_add_ref();
+        const json::List* list = source.value_.list;
+        copy.value_.list = list != nullptr ? new json::List(*this, *list) : new json::List;
+        copy.value_.list->intrusive_add_ref();
     }
 }
 

@@ -4,30 +4,33 @@
 
 #include "json/Variant.h"
 
-#include <cstddef>
-#include <vector>
+#include <boost/container/small_vector.hpp>
 
 namespace json {
 
-/// A deep copy under way: the containers that were met, those above first. They are kept in a list:
-/// a peer shapes the depth, so nothing may recurse over it.
+/// A deep copy under way: the containers on the way down to where it is, and those beside them that
+/// wait. A peer shapes the depth, so nothing may recurse over it.
 class Variant::Cloning {
 public:
-    struct Container {
-        Variant* copy;
-        const Variant* source;
-    };
-
-    std::vector<Container>& containers() noexcept { return containers_; }
-    const std::vector<Container>& containers() const noexcept { return containers_; }
+    /// A copy that is to be filled when its turn comes: after what was added before it.
+    void add(Variant& copy, const Variant& source) { waiting_.push_back({&copy, &source, false}); }
     /// Whether values are made for an object.
     bool inObject() const noexcept { return inObject_; }
 
-    /// Fills the copy of that container, which may add more.
-    void fill(std::size_t index);
+    /// Fills what was added, in the order of the text, which is mostly that of the memory. The
+    /// first container isn't made the owner of what it holds, all others are.
+    void run();
 
 private:
-    std::vector<Container> containers_;
+    struct Container {
+        Variant* copy;
+        const Variant* source;
+        bool filled;
+    };
+
+    void fill(Variant& copy, const Variant& source);
+
+    boost::container::small_vector<Container, 8> waiting_;
     bool inObject_ = false;
 };
 
