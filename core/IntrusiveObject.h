@@ -31,7 +31,8 @@ inline bool is_single_threaded() noexcept {
 /// A reference count to inherit from, for `boost::intrusive_ptr`.
 ///
 /// A new object has count 0, and nothing holds a count for its creator: hand it to a
-/// `boost::intrusive_ptr` at once. Copying or assigning an object never touches the count.
+/// `boost::intrusive_ptr` at once. Copying or assigning an object never touches the count. A small
+/// one lies in memory that its thread keeps; see `qx::keepMemory`.
 /// Threads: any thread may count; the object itself has its own rules.
 class IntrusiveObject : public detail::SmallObject {
 public:
