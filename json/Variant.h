@@ -641,12 +641,10 @@ public:
     /// Takes the source's content over; what is left of it may only be destroyed.
     Variant(Relocation, Variant& source) noexcept;
 
+    class Cloning;
     /// For containers that are copied deeply: like a copy with a text of its own and, for now,
     /// without its container.
-    /// @{
-    class Cloning;
     Variant(Cloning& cloning, const Variant& source);
-    /// @}
 
     // ----- Text ------------------------------------------------------------------- ValueText.cpp
 
