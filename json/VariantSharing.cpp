@@ -159,6 +159,7 @@ void Variant::destroyTop(Container& container, std::uintptr_t& top) noexcept {
         }
     }
     top = container.nextDisposed_;
+    container.setOwner(nullptr); // the same place: the destructor may ask for it
     delete &container;
 }
 

@@ -205,6 +205,30 @@ TEST(DestroyedValue, AContainerOfAnApplicationsClassFindsItsEntriesInItsDestruct
     EXPECT_EQ(2u, inList);
 }
 
+/// A class of an application that looks for its owner to the last.
+template <typename Container>
+struct Asking : Container {
+    explicit Asking(int* without) : withoutAnOwner(without) {}
+    ~Asking() override {
+        const Container& own = *this;
+        Container::setDirty(true);
+        if (!own.dirty() && &own.schema() == &json::Schema::Empty) ++*withoutAnOwner;
+    }
+    int* withoutAnOwner;
+};
+
+TEST(DestroyedValue, AContainerOfAnApplicationsClassFindsNoOwnerInItsDestructor) {
+    int asked = 0;
+    {
+        Variant tree;
+        tree["a"]["b"] = boost::intrusive_ptr<json::Object>(new Asking<json::Object>(&asked));
+        tree["a"]["c"] = boost::intrusive_ptr<json::List>(new Asking<json::List>(&asked));
+        tree["d"] << boost::intrusive_ptr<json::List>(new Asking<json::List>(&asked));
+        tree["d"] << boost::intrusive_ptr<json::Object>(new Asking<json::Object>(&asked));
+    }
+    EXPECT_EQ(4, asked);
+}
+
 TEST(DestroyedValue, WhatIsStillHeldElsewhereOutlivesItsContainer) {
     const auto text = boost::intrusive_ptr<qx::IntrusiveString>(new qx::IntrusiveString("text"));
     Variant kept;
