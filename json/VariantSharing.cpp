@@ -311,12 +311,14 @@ Variant& Variant::deepCopy(const Variant* source) {
     Cloning cloning;
     Variant root(cloning, *this);
     cloning.run();
+    // Nothing fails from here on. What lies in the copy is bound already.
     if (isObject()) {
         storeContainer(boost::intrusive_ptr<json::Object>(root.value_.object));
+        if (schema_) value_.object->setOwner(this);
     } else {
         storeContainer(boost::intrusive_ptr<json::List>(root.value_.list));
+        if (schema_) value_.list->setOwner(this);
     }
-    attach_owner();
     return *this;
 }
 
@@ -346,7 +348,7 @@ void Variant::Cloning::run() {
             std::reverse(waiting_.begin() + static_cast<std::ptrdiff_t>(above), waiting_.end());
         }
         if (waiting_.size() == above) {
-            if (above > 1) waiting_.back().copy->attach_owner();
+            waiting_.back().copy->attach_owner();
             waiting_.pop_back();
         }
     }

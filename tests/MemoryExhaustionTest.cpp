@@ -150,6 +150,36 @@ TEST_F(MemoryExhaustion, ADeepCopyThatFailsLeavesItsValueWithWhatItShares) {
               }));
 }
 
+/// A list with a schema that its elements don't know of: it was never the list's owner.
+Variant list_of_unbound(int elements) {
+    Variant list = [] {
+        const Variant bound = Variant::newList();
+        bound.attachSchema(new Schema(R"({"type":"array","items":{"type":"array","items":{}}})"));
+        return Variant(bound);
+    }();
+    for (int i = 0; i < elements; ++i) {
+        list << Variant::newList();
+    }
+    return list;
+}
+
+TEST_F(MemoryExhaustion, ADeepCopyThatFailsAsItBindsLeavesItsValueWithWhatItShares) {
+    struct Values {
+        Variant source = list_of_unbound(100);
+        Variant copy{source};
+        bool unshared = false;
+    };
+    const auto make = [] { return std::make_unique<Values>(); };
+    const auto act = [](Values& values) {
+        values.copy.deepCopy();
+        values.unshared = true;
+    };
+    EXPECT_LT(100, exhaust(make, act, [](const Values& values) {
+                  const bool shares = &values.copy.listValue() == &values.source.listValue();
+                  EXPECT_NE(values.unshared, shares);
+              }));
+}
+
 TEST_F(MemoryExhaustion, LeavesABoundValueReadable) {
     test::import_text(R"({"id":"http://exhaust.example/bound","type":"object","properties":{
         "list":{"type":"array","items":{"type":"string","minLength":3}},

@@ -17,8 +17,8 @@ public:
     /// Whether values are made for an object.
     bool inObject() const noexcept { return inObject_; }
 
-    /// Fills what was added, in the order of the text, which is mostly that of the memory. The
-    /// first container isn't made the owner of what it holds, all others are.
+    /// Fills what was added, in the order of the text, which is mostly that of the memory, and
+    /// makes each value the owner of its container.
     void run();
 
 private:
