@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Internal: may change at any time. Installed because core/IntrusiveString.h needs it.
+// Internal: may change at any time. Installed because core/IntrusiveObject.h needs it.
 #pragma once
 
 #include "core/Export.h"
