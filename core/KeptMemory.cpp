@@ -25,9 +25,10 @@ constexpr std::size_t kKept = 0;
 constexpr std::size_t kKept = std::size_t{2} << 20;
 #endif
 
-constexpr std::size_t kStep = 16; // between the sizes, each half a step above a multiple: so they
-                                  // fill what heaps that keep a word for themselves hand out
-constexpr std::size_t kKinds = 16;
+// Blocks of one kind are of one size, a multiple of a word.
+constexpr std::size_t kStep = sizeof(void*);
+constexpr std::size_t kKinds = 21;
+constexpr std::size_t kLargest = (kKinds - 1) * kStep;
 
 struct Block {
     Block* next;
@@ -75,29 +76,28 @@ bool open(Store& blocks) noexcept {
     return true;
 }
 
-constexpr std::size_t kind_of(std::size_t size) noexcept { return (size + kStep / 2 - 1) / kStep; }
-constexpr std::size_t bytes_of(std::size_t kind) noexcept { return kind * kStep + kStep / 2; }
-constexpr std::size_t kLargest = bytes_of(kKinds - 1);
-
 } // namespace
 
 void* detail::take_block(std::size_t size) {
     if (size > kLargest) return ::operator new(size);
-    const std::size_t kind = kind_of(size);
+    const std::size_t kind = (size + kStep - 1) / kStep;
+    const std::size_t bytes = kind * kStep;
     Store& blocks = store;
     Block* const block = blocks.first[kind];
-    if (block == nullptr) return ::operator new(bytes_of(kind));
+    if (block == nullptr) return ::operator new(bytes);
     blocks.first[kind] = block->next;
     __builtin_prefetch(block->next); // it will be written to next
-    blocks.bytes -= bytes_of(kind);
+    blocks.bytes -= bytes;
     return block;
 }
 
+// Rounds down: an object that was made by `::new` has no byte more than its size.
 void detail::give_block(void* block, std::size_t size) noexcept {
-    const std::size_t kind = kind_of(size);
+    const std::size_t kind = size / kStep;
     Store& blocks = store;
-    const std::size_t bytes = blocks.bytes + bytes_of(kind);
-    const bool keep = size <= kLargest && bytes <= limit.load(std::memory_order_relaxed) &&
+    const std::size_t bytes = blocks.bytes + kind * kStep;
+    const bool keep = kind != 0 && size <= kLargest &&
+                      bytes <= limit.load(std::memory_order_relaxed) &&
                       (blocks.state == Store::State::Open || open(blocks));
     if (!keep) {
         ::operator delete(block);

@@ -128,6 +128,20 @@ TEST(KeptMemory, DerivedClassesOfOtherSizesAndAlignmentsWork) {
     EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(aligned.get()) % alignof(Aligned));
 }
 
+struct Odd : qx::IntrusiveObject {
+    char bytes[15] = {};
+};
+
+/// Not by the operator of the class; the compiler isn't to see that it is destroyed by it.
+[[gnu::noinline]] Odd* made_by_others() { return ::new Odd; }
+
+TEST(KeptMemory, ABlockIsNeverTakenForMoreThanWasAskedForIt) {
+    const Keeping keeping(kPlenty);
+    delete made_by_others();
+    EXPECT_GT(qx::keptMemory(), 0u);
+    EXPECT_LE(qx::keptMemory(), sizeof(Odd));
+}
+
 TEST(KeptMemory, ATextCanBeMadeInAPlaceOfTheCallers) {
     std::aligned_storage_t<sizeof(Text), alignof(Text)> place;
     Text* text = ::new (static_cast<void*>(&place)) Text("door");
@@ -151,7 +165,7 @@ TEST(KeptMemory, ATextCanBeAskedForWithoutAnException) {
 
 TEST(KeptMemory, ARequestBeyondAllMemoryGetsNoSmallBlock) {
     const Keeping keeping(kPlenty);
-    qx::detail::give_block(qx::detail::take_block(1), 1);
+    qx::detail::give_block(qx::detail::take_block(8), 8);
     EXPECT_GT(qx::keptMemory(), 0u);
     const test::AllocationLimit none(0);
     EXPECT_THROW(qx::detail::take_block(static_cast<std::size_t>(-1)), std::bad_alloc);
