@@ -33,8 +33,8 @@ inline bool is_single_threaded() noexcept {
 /// A new object has count 0, and nothing holds a count for its creator: hand it to a
 /// `boost::intrusive_ptr` at once. Copying or assigning an object never touches the count. A small
 /// one lies in memory that its thread keeps; see `qx::keepMemory`. A class with another base that
-/// has a `new` of its own says by `using` which of them it takes. Threads: any thread may count;
-/// the object itself has its own rules.
+/// has a `new` of its own says by `using` which of them it takes.
+/// Threads: any thread may count; the object itself has its own rules.
 class IntrusiveObject : public detail::SmallObject {
 public:
     IntrusiveObject() noexcept = default;
