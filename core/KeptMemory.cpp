@@ -25,7 +25,8 @@ constexpr std::size_t kKept = 0;
 constexpr std::size_t kKept = std::size_t{2} << 20;
 #endif
 
-// Blocks of one kind are of one size, a multiple of a word.
+// Blocks of one kind are of one size, some words. Nothing is rounded: an object that was made by
+// `::new` has no byte more than its size.
 constexpr std::size_t kStep = sizeof(void*);
 constexpr std::size_t kKinds = 21;
 constexpr std::size_t kLargest = (kKinds - 1) * kStep;
@@ -76,35 +77,36 @@ bool open(Store& blocks) noexcept {
     return true;
 }
 
+constexpr bool is_kept(std::size_t size) noexcept {
+    return size <= kLargest && size % kStep == 0 && size != 0;
+}
+
 } // namespace
 
 void* detail::take_block(std::size_t size) {
-    if (size > kLargest) return ::operator new(size);
-    const std::size_t kind = (size + kStep - 1) / kStep;
-    const std::size_t bytes = kind * kStep;
+    if (!is_kept(size)) return ::operator new(size);
+    const std::size_t kind = size / kStep;
     Store& blocks = store;
     Block* const block = blocks.first[kind];
-    if (block == nullptr) return ::operator new(bytes);
+    if (block == nullptr) return ::operator new(size);
     blocks.first[kind] = block->next;
     __builtin_prefetch(block->next); // it will be written to next
-    blocks.bytes -= bytes;
+    blocks.bytes -= size;
     return block;
 }
 
-// Rounds down: an object that was made by `::new` has no byte more than its size.
 void detail::give_block(void* block, std::size_t size) noexcept {
-    const std::size_t kind = size / kStep;
     Store& blocks = store;
-    const std::size_t bytes = blocks.bytes + kind * kStep;
-    const bool keep = kind != 0 && size <= kLargest &&
-                      bytes <= limit.load(std::memory_order_relaxed) &&
+    const bool keep = is_kept(size) &&
+                      blocks.bytes + size <= limit.load(std::memory_order_relaxed) &&
                       (blocks.state == Store::State::Open || open(blocks));
     if (!keep) {
         ::operator delete(block);
         return;
     }
-    blocks.first[kind] = ::new (block) Block{blocks.first[kind]};
-    blocks.bytes = bytes;
+    Block*& first = blocks.first[size / kStep];
+    first = ::new (block) Block{first};
+    blocks.bytes += size;
 }
 
 void keepMemory(std::size_t bytes) noexcept { limit.store(bytes, std::memory_order_relaxed); }

@@ -57,7 +57,8 @@ private:
     static Header* header_of(void* block) noexcept { return static_cast<Header*>(block) - 1; }
 
     void* allocate(std::size_t size) {
-        if (size > static_cast<std::size_t>(-1) - sizeof(Header)) throw std::bad_alloc();
+        if (size > static_cast<std::size_t>(-1) - 2 * sizeof(Header)) throw std::bad_alloc();
+        size = (size + sizeof(void*) - 1) / sizeof(void*) * sizeof(void*); // what a thread keeps
         auto* header = static_cast<Header*>(qx::detail::take_block(sizeof(Header) + size));
         header->previous = nullptr;
         header->next = first_;
