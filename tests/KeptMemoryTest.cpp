@@ -21,6 +21,7 @@
 namespace {
 
 using Text = qx::IntrusiveString;
+using json::Variant;
 
 /// While it lives, the thread begins with nothing kept and may keep so much.
 struct Keeping {
@@ -64,6 +65,30 @@ TEST(KeptMemory, ATreeIsMadeAgainOfTheOneBefore) {
         make();
     }
     EXPECT_EQ(held, test::allocations_held);
+}
+
+TEST(KeptMemory, TextsThatAreReadAndPrintedAgainAndAgainKeepNoMore) {
+    const Keeping keeping(kPlenty);
+    json::JsonParser parser;
+    const auto read = [&](const std::string& text) {
+        parser.reset();
+        parser.parse(text.data(), static_cast<int>(text.size()));
+        boost::intrusive_ptr<Text>(Variant(parser.parseComplete()).print());
+    };
+    const auto readAll = [&] { // blocks of the tokenizer of many sizes, and the texts of faults
+        for (std::size_t length = 0; length < 70; ++length) {
+            read("[\"\\n" + std::string(length, 'a') + "\",{\"door\":[1.5,\"b\\tb\"]}]");
+            read(std::string(length, '['));
+            read("[" + std::string(length, ' ') + "x");
+        }
+    };
+    readAll();
+    const std::size_t kept = qx::keptMemory();
+    EXPECT_GT(kept, 0u);
+    for (int i = 0; i < 5; ++i) {
+        readAll();
+    }
+    EXPECT_EQ(kept, qx::keptMemory());
 }
 
 TEST(KeptMemory, KeepsNoMoreThanItIsAllowed) {
